@@ -1,5 +1,7 @@
 #include "base/json.h"
 
+#include <limits>
+
 #include <fmt/format.h>
 
 #include "base/error_numbers.h"
@@ -53,6 +55,41 @@ std::string writeJson(const Json& value, int indent) {
 
 std::string writeSortedJson(const Json& value, int indent) {
   return nlohmann::json(value).dump(indent, ' ', false, nlohmann::json::error_handler_t::replace);
+}
+
+Result<const Json*> anyMember(const Json& object, const char* key, std::string_view what) {
+  if (!object.is_object()) return fail(error_number::damagedFile, fmt::format("{} is not an object.", what));
+  const auto member = object.find(key);
+  if (member == object.end())
+    return fail(error_number::damagedFile, fmt::format("{} has no \"{}\".", what, key));
+  return &*member;
+}
+
+Result<std::string> textMember(const Json& object, const char* key, std::string_view what) {
+  const auto member = anyMember(object, key, what);
+  if (!member) return forward(member);
+  if (!(*member)->is_string())
+    return fail(error_number::damagedFile, fmt::format("\"{}\" of {} is not a text.", key, what));
+  return (*member)->get<std::string>();
+}
+
+Result<std::int64_t> integerMember(const Json& object, const char* key, std::string_view what) {
+  const auto member = anyMember(object, key, what);
+  if (!member) return forward(member);
+  const bool fits = (*member)->is_number_integer() &&
+                    (!(*member)->is_number_unsigned() ||
+                     (*member)->get<std::uint64_t>() <= std::numeric_limits<std::int64_t>::max());
+  if (!fits)
+    return fail(error_number::damagedFile, fmt::format("\"{}\" of {} is not an integer.", key, what));
+  return (*member)->get<std::int64_t>();
+}
+
+Result<bool> boolMember(const Json& object, const char* key, std::string_view what) {
+  const auto member = anyMember(object, key, what);
+  if (!member) return forward(member);
+  if (!(*member)->is_boolean())
+    return fail(error_number::damagedFile, fmt::format("\"{}\" of {} is not true or false.", key, what));
+  return (*member)->get<bool>();
 }
 
 }  // namespace quillbox

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include <fmt/format.h>
+#include <unicode/brkiter.h>
 #include <unicode/coll.h>
 #include <unicode/normalizer2.h>
 #include <unicode/uchar.h>
@@ -141,6 +142,19 @@ std::string normalizeNfc(std::string_view utf8) {
   const icu::UnicodeString composed = normalizer(true).normalize(fromUtf8(utf8), status);
   if (U_FAILURE(status)) return std::string(utf8);
   return fromUnicode(composed);
+}
+
+std::size_t countCharacters(std::string_view utf8) {
+  if (utf8.empty()) return 0;
+  const icu::UnicodeString text = fromUtf8(utf8);
+  UErrorCode status = U_ZERO_ERROR;
+  const std::unique_ptr<icu::BreakIterator> characters(
+      icu::BreakIterator::createCharacterInstance(icu::Locale::getRoot(), status));
+  if (U_FAILURE(status)) fatal("ICU has no rules for characters");
+  characters->setText(text);
+  std::size_t count = 0;
+  while (characters->next() != icu::BreakIterator::DONE) ++count;
+  return count;
 }
 
 bool isLetterMarkOrNumber(char32_t codePoint) {

@@ -31,6 +31,9 @@ std::string lowercase(std::string_view utf8);
 std::string uppercase(std::string_view utf8);
 std::string normalizeNfc(std::string_view utf8);
 
+// Characters as a person counts them (extended grapheme clusters): 1 for "é" however it is composed.
+std::size_t countCharacters(std::string_view utf8);
+
 // General category L*, M* or N*.
 bool isLetterMarkOrNumber(char32_t codePoint);
 
