@@ -1,19 +1,17 @@
-// Writes the sample mail of samples/mail as Maildirs, for the demonstration and for anyone who wants mail to try on.
+// Writes the sample mail of samples/mail as Maildirs, for the demonstration and for anyone who wants mail to
+// try on.
 //   quillbox-sample-store SAMPLES-DIR TARGET-DIR
-// makes TARGET-DIR/Work and "Web Mail" (Maildir++), Personal and Local (nested folders). The target must not exist.
+// makes TARGET-DIR/Work and "Web Mail" (Maildir++), Personal and Local (nested folders). The target must not
+// exist.
 //
 // A sample file holds blocks. A block opens with
 //   @ FOLDER | FLAGS | DATE | NAME                    one message
-//   @series COUNT | FOLDER | FLAGS | DATE | DAYS | NAME   COUNT messages, DAYS apart, with {n} {week} {number} {people}
+//   @series COUNT | FOLDER | FLAGS | DATE | DAYS | NAME   COUNT messages, DAYS apart, with {n} {week}
+//   {number} {people}
 //                                                      {cubic} filled in
 // then header lines, directives, an empty line and the body. Directives:
 //   !reply NAME · !attach FILE TYPE BYTES · !charset CHARSET ENCODING · !html · !no-message-id
 // The same input gives the same bytes.
-#include <fmt/format.h>
-#include <iconv.h>
-#include <sys/stat.h>
-#include <sys/time.h>
-
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
@@ -27,9 +25,14 @@
 #include <string>
 #include <vector>
 
+#include <fmt/format.h>
+#include <iconv.h>
+#include <sys/stat.h>
+#include <sys/time.h>
+
 #include "base/bytes.h"
 #include "base/text.h"
-#include "mailclient/modified_utf7.h"
+#include "mailclient/name_codes.h"
 
 namespace {
 
@@ -73,8 +76,8 @@ bool isAscii(std::string_view text) {
 void readDate(const std::string& text, Message& message) {
   std::tm parts{};
   int zone = 0;
-  if (std::sscanf(text.c_str(), "%d-%d-%d %d:%d %d", &parts.tm_year, &parts.tm_mon, &parts.tm_mday, &parts.tm_hour,
-                  &parts.tm_min, &zone) != 6) {
+  if (std::sscanf(text.c_str(), "%d-%d-%d %d:%d %d", &parts.tm_year, &parts.tm_mon, &parts.tm_mday,
+                  &parts.tm_hour, &parts.tm_min, &zone) != 6) {
     stop(fmt::format("“{}” is not a date", text));
   }
   parts.tm_year -= 1900;
@@ -127,7 +130,8 @@ std::string converted(const std::string& utf8, const std::string& charset) {
   char* to = out.data();
   std::size_t left = in.size();
   std::size_t room = out.size();
-  if (iconv(converter, &from, &left, &to, &room) == static_cast<std::size_t>(-1)) stop("text does not fit " + charset);
+  if (iconv(converter, &from, &left, &to, &room) == static_cast<std::size_t>(-1))
+    stop("text does not fit " + charset);
   iconv_close(converter);
   out.resize(out.size() - room);
   return out;
@@ -180,7 +184,8 @@ std::string filler(const Attachment& attachment) {
   std::string bytes;
   while (bytes.size() < attachment.bytes) {
     state = state * 1664525U + 1013904223U;
-    bytes += text ? fmt::format("{},{}\n", bytes.size(), state >> 16U) : std::string(1, static_cast<char>(state >> 24U));
+    bytes += text ? fmt::format("{},{}\n", bytes.size(), state >> 16U)
+                  : std::string(1, static_cast<char>(state >> 24U));
   }
   return bytes;
 }
@@ -200,9 +205,10 @@ std::string rendered(const Message& message, const std::map<std::string, std::st
   out += "Content-Type: multipart/mixed; boundary=\"" + boundary + "\"\r\n\r\n";
   out += "--" + boundary + "\r\n" + textPart(message) + "\r\n";
   for (const auto& attachment : message.attachments) {
-    out += fmt::format("--{}\r\nContent-Type: {}; name=\"{}\"\r\nContent-Disposition: attachment; filename=\"{}\"\r\n"
-                       "Content-Transfer-Encoding: base64\r\n\r\n{}",
-                       boundary, attachment.type, attachment.name, attachment.name, wrappedBase64(filler(attachment)));
+    out += fmt::format(
+        "--{}\r\nContent-Type: {}; name=\"{}\"\r\nContent-Disposition: attachment; filename=\"{}\"\r\n"
+        "Content-Transfer-Encoding: base64\r\n\r\n{}",
+        boundary, attachment.type, attachment.name, attachment.name, wrappedBase64(filler(attachment)));
   }
   return out + "--" + boundary + "--\r\n";
 }
@@ -307,7 +313,8 @@ fs::path folderPath(const fs::path& root, const std::string& folder, Layout layo
   if (layout == Layout::nested) return root / folder;
   if (folder == "INBOX") return root;
   std::string name;
-  for (const auto& element : splitNonEmpty(folder, '/')) name += "." + quillbox::mailclient::encodeModifiedUtf7(element);
+  for (const auto& element : splitNonEmpty(folder, '/'))
+    name += "." + quillbox::mailclient::encodeModifiedUtf7(element);
   return root / name;
 }
 
@@ -319,7 +326,6 @@ void writeStore(const fs::path& samples, const fs::path& root, Layout layout) {
   const auto messages = readSamples(samples);
   std::map<std::string, std::string> messageIds;
   for (const auto& message : messages) messageIds[message.name] = message.name + "@lindqvist.example";
-  makeMaildir(layout == Layout::maildirPlusPlus ? root : root / "INBOX");
   std::map<std::string, bool> folders;
   int serial = 0;
   for (const auto& message : messages) {
@@ -346,7 +352,8 @@ void writeStore(const fs::path& samples, const fs::path& root, Layout layout) {
       subscriptions << folderPath("", path, layout).string().substr(1) << "\n";
     }
   }
-  std::cout << root.string() << ": " << messages.size() << " messages in " << folders.size() << " mailboxes\n";
+  std::cout << root.string() << ": " << messages.size() << " messages in " << folders.size()
+            << " mailboxes\n";
 }
 
 }  // namespace
