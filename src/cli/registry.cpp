@@ -1,0 +1,145 @@
+#include "cli/registry.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <array>
+#include <iterator>
+
+#include <fmt/format.h>
+
+#include "base/error_numbers.h"
+#include "base/text.h"
+#include "cli/commands.h"
+
+namespace quillbox::cli {
+namespace {
+
+void defineBatch(CLI::App& app, Choice& choice) {
+  app.callback([&choice] { choice.isBatch = true; });
+}
+
+constexpr std::array kGroups{
+    CommandGroup{"run", "Run an AppleScript against the mail client and Quillbox.", defineRun},
+    CommandGroup{
+        "batch",
+        "Read commands from standard input, one a line, quoted as for a shell, and print one JSON line for "
+        "each: {\"ok\":…} or {\"error\":{\"message\",\"number\"}}.",
+        defineBatch},
+};
+
+// CLI11 takes a value in square brackets apart at its commas. A mark in front keeps it whole.
+constexpr char kWholeMark = '\x1d';
+
+std::vector<std::string> protectBrackets(std::vector<std::string> words) {
+  for (auto& word : words) {
+    if (word.size() > 1 && word.front() == '[' && word.back() == ']') word.insert(word.begin(), kWholeMark);
+  }
+  return words;
+}
+
+void unprotectBrackets(CLI::App& app) {
+  for (auto* option : app.get_options({})) {
+    option->transform(
+        [](std::string value) {
+          if (!value.empty() && value.front() == kWholeMark) value.erase(value.begin());
+          return value;
+        },
+        "");
+  }
+  for (auto* command : app.get_subcommands({})) unprotectBrackets(*command);
+}
+
+void parseWords(CLI::App& app, const std::vector<std::string>& words) {
+  unprotectBrackets(app);
+  auto reversed = protectBrackets(words);
+  std::reverse(reversed.begin(), reversed.end());
+  app.parse(std::move(reversed));
+}
+
+void addGroup(CLI::App& app, const CommandGroup& group, Choice& choice) {
+  auto* command = app.add_subcommand(group.name, group.help);
+  command->fallthrough();
+  group.define(*command, choice);
+}
+
+// The sentence of a usage error on one line, without the library's own exclamations.
+std::unexpected<Error> usageError(const CLI::ParseError& error) {
+  std::string message = text::singleLine(text::toValidUtf8(text::trim(error.what())));
+  return fail(error_number::wrongUsage, message.empty() ? "The command line cannot be read" : message);
+}
+
+std::string firstWordProblem(const std::vector<std::string>& words) {
+  return fmt::format("There is no command “{}”; --help lists them",
+                     text::singleLine(text::toValidUtf8(words.front())));
+}
+
+}  // namespace
+
+Result<Invocation> parseCommandLine(const std::vector<std::string>& words) {
+  Invocation invocation;
+  CLI::App app(
+      "Files the messages that are selected in the mail client into a mailbox that a few letters find.\n"
+      "Exit status: 0 done, 1 failed, 2 wrong usage. An error is one line: message and number.",
+      "quillboxctl");
+  app.require_subcommand(1);
+  std::string profile;
+  bool json = false;
+  auto* profileOption =
+      app.add_option("--profile", profile,
+                     "The folder that holds settings, data and mail accounts (default: the XDG directories).")
+          ->type_name("DIR");
+  app.add_flag("--json", json, "Print JSON.");
+  for (const auto& group : kGroups) addGroup(app, group, invocation.choice);
+  try {
+    parseWords(app, words);
+  } catch (const CLI::CallForHelp&) {
+    // The innermost command that was named speaks.
+    const CLI::App* speaker = &app;
+    while (!speaker->get_subcommands().empty()) speaker = speaker->get_subcommands().front();
+    invocation.choice = {};
+    invocation.help = speaker->help();
+    return invocation;
+  } catch (const CLI::ParseError& error) {
+    const bool known = std::ranges::any_of(words, [](const auto& word) {
+      return std::ranges::any_of(kGroups, [&](const auto& group) { return word == group.name; });
+    });
+    const auto command = std::ranges::find_if(words, [](const auto& word) { return !word.starts_with("-"); });
+    if (!known && command != words.end() && app.get_subcommands().empty() && words.front() == *command) {
+      return fail(error_number::wrongUsage, firstWordProblem({*command}));
+    }
+    return usageError(error);
+  }
+  if (profileOption->count() > 0) invocation.profile = std::move(profile);
+  if (json) invocation.form = OutputForm::json;
+  return invocation;
+}
+
+Result<Choice> parseBatchCommand(const std::vector<std::string>& words) {
+  if (words.empty()) return fail(error_number::wrongUsage, "The line names no command");
+  const auto* group =
+      std::ranges::find_if(kGroups, [&](const auto& row) { return words.front() == row.name; });
+  if (group == kGroups.end()) return fail(error_number::wrongUsage, firstWordProblem(words));
+  Choice choice;
+  CLI::App app("", "quillboxctl");
+  app.require_subcommand(1);
+  bool json = false;
+  app.add_flag("--json", json);  // every batch answer is JSON
+  addGroup(app, *group, choice);
+  try {
+    parseWords(app, words);
+  } catch (const CLI::CallForHelp&) {
+    return fail(error_number::wrongUsage, "A batch gives no help texts");
+  } catch (const CLI::ParseError& error) {
+    return usageError(error);
+  }
+  if (choice.isBatch) return fail(error_number::wrongUsage, "A batch cannot hold a batch");
+  return choice;
+}
+
+std::vector<std::string> commandNames() {
+  std::vector<std::string> names;
+  std::ranges::transform(kGroups, std::back_inserter(names), [](const auto& group) { return group.name; });
+  return names;
+}
+
+}  // namespace quillbox::cli
