@@ -12,7 +12,7 @@
 #include <string>
 #include <string_view>
 
-#include "settings/enums.h"
+#include "settings/enumerations.h"
 
 namespace quillbox::script_texts {
 

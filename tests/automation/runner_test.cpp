@@ -1,5 +1,7 @@
 // The runner's three ways to run a script, and what becomes of their failures.
+#include <map>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
@@ -171,8 +173,9 @@ TEST_F(Runner, VersionIsWhatTheScriptAnswersLast) {
 }
 
 TEST(FailureText, IsTakenApart) {
+  using Texts = std::map<std::string, std::string, std::less<>>;
   const FakeLocalizer localizer(
-      {{"LN_gmail_archive_mailbox_1728_error %@", "The archive mailbox was not found: %@"}});
+      Texts{{"LN_gmail_archive_mailbox_1728_error %@", "The archive mailbox was not found: %@"}});
   const struct {
     const char* text;
     const char* message;
@@ -299,11 +302,6 @@ TEST_F(Runner, SelectedMessagesReadMissingValuesAsAbsent) {
   } rows[] = {{true, "Could not compile selected messages script"},
               {false, "Could not get selected messages"}};
   for (const auto& row : rows) {
-    if (row.atCompileTime) {
-      engine_.failCompiling("messagesList", {"bad", -2741, 1, 1, true});
-    } else {
-      engine_.forget();
-    }
     RecordingScriptEngine failing;
     if (row.atCompileTime) failing.failCompiling("messagesList", {"bad", -2741, 1, 1, true});
     failing.setDefaultAnswer(std::unexpected(ScriptError{"worse", -1728, {}, {}, false}));
