@@ -36,6 +36,8 @@ class UserDefaults {
   // Durable when it returns without an error; on an error the store is as before. Equal values are not
   // written again.
   virtual Result<void> set(std::string_view key, DefaultsValue value) = 0;
+  // All of them in one durable step, or none.
+  virtual Result<void> setAll(std::map<std::string, DefaultsValue> values) = 0;
   virtual Result<void> remove(std::string_view key) = 0;
   // Adds to the registration dictionary; never stored.
   virtual void registerDefaults(std::map<std::string, DefaultsValue> defaults) = 0;

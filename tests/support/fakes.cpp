@@ -41,6 +41,13 @@ Result<void> MemoryUserDefaults::set(std::string_view key, DefaultsValue value) 
   return put(key, std::move(value));
 }
 
+Result<void> MemoryUserDefaults::setAll(std::map<std::string, DefaultsValue> values) {
+  for (auto& [key, value] : values) {
+    if (auto done = put(key, std::move(value)); !done) return done;
+  }
+  return {};
+}
+
 Result<void> MemoryUserDefaults::remove(std::string_view key) {
   return put(key, std::nullopt);
 }
