@@ -9,6 +9,7 @@
 #include <string>
 #include <string_view>
 #include <variant>
+#include <vector>
 
 #include "base/observable.h"
 #include "base/result.h"
@@ -33,6 +34,8 @@ class UserDefaults {
   virtual std::optional<DefaultsValue> get(std::string_view key) const = 0;
   // Only what was stored, never a registered default.
   virtual std::optional<DefaultsValue> stored(std::string_view key) const = 0;
+  // The keys of everything that was stored, in byte order.
+  virtual std::vector<std::string> storedKeys() const = 0;
   // Durable when it returns without an error; on an error the store is as before. Equal values are not
   // written again.
   virtual Result<void> set(std::string_view key, DefaultsValue value) = 0;

@@ -14,6 +14,12 @@ std::optional<DefaultsValue> MemoryUserDefaults::stored(std::string_view key) co
   return it == seen_.end() ? std::nullopt : std::optional(it->second);
 }
 
+std::vector<std::string> MemoryUserDefaults::storedKeys() const {
+  std::vector<std::string> keys;
+  for (const auto& [key, value] : seen_) keys.push_back(key);
+  return keys;
+}
+
 std::optional<DefaultsValue> MemoryUserDefaults::get(std::string_view key) const {
   if (auto value = stored(key)) return value;
   const auto it = registered_.find(std::string(key));

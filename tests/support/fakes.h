@@ -31,6 +31,7 @@ class MemoryUserDefaults final : public UserDefaults {
 
   std::optional<DefaultsValue> get(std::string_view key) const override;
   std::optional<DefaultsValue> stored(std::string_view key) const override;
+  std::vector<std::string> storedKeys() const override;
   Result<void> set(std::string_view key, DefaultsValue value) override;
   Result<void> setAll(std::map<std::string, DefaultsValue> values) override;
   Result<void> remove(std::string_view key) override;
