@@ -1,0 +1,57 @@
+// The headers that lists show, kept so that a message is opened once and not at every listing.
+#pragma once
+
+#include <cstdint>
+#include <list>
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "base/result.h"
+#include "mailclient/environment.h"
+#include "mailclient/folder_index.h"
+#include "mailclient/mime.h"
+
+namespace quillbox::mailclient {
+
+// What is kept of a message. A message's bytes never change, so an entry stays right as long as its file exists.
+struct CachedHeaders {
+  HeaderSummary summary;
+  std::int64_t received = 0;  // modification time, seconds since 1970 UTC
+  std::uint64_t size = 0;     // bytes
+};
+
+// In memory for the folders last used, and on disk in one file for each folder, mail/cache/NAME: it may be deleted at
+// any time, and one that does not decode is made anew. Used under the lock of MailClient.
+class HeaderCache {
+ public:
+  explicit HeaderCache(const Environment& environment) : environment_(environment) {}
+  ~HeaderCache();
+
+  // Reads the message's header unless it is known. Fails as the file system does.
+  Result<CachedHeaders> get(const Path& folder, const MessageFile& file);
+  // Writes the folders whose entries have grown, dropping entries of messages that are not in `index`. Failing to
+  // write loses nothing.
+  void save(const Path& folder, const FolderIndex& index);
+
+ private:
+  static constexpr std::size_t kFolders = 8;
+
+  struct FolderHeaders {
+    std::string folder;
+    std::unordered_map<std::string, std::string> entries;  // stable id -> encoded entry
+    std::size_t unsaved = 0;
+  };
+
+  FolderHeaders& open(const Path& folder);
+  Path fileOf(std::string_view folder) const;
+  void load(FolderHeaders& headers);
+
+  const Environment& environment_;
+  std::list<FolderHeaders> folders_;  // last used first
+};
+
+}  // namespace quillbox::mailclient

@@ -1,0 +1,179 @@
+#include "mailclient/journal_codec.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include <fmt/format.h>
+
+#include "base/error_numbers.h"
+#include "base/json.h"
+#include "mailclient/mime.h"
+#include "mailclient/name_codes.h"
+
+namespace quillbox::mailclient {
+namespace {
+
+constexpr int kVersion = 1;
+
+constexpr std::array<std::pair<JournalRecord::Kind, std::string_view>, 4> kKinds = {
+    {{JournalRecord::Kind::move, "move"},
+     {JournalRecord::Kind::copy, "copy"},
+     {JournalRecord::Kind::marks, "marks"},
+     {JournalRecord::Kind::mailbox, "mailbox"}}};
+
+Json encodePlace(const JournalPlace& place) {
+  return Json{{"account", place.mailbox.account},
+              {"mailbox", readableBytes(place.mailbox.path)},
+              {"folder", readableBytes(place.folder.string())},
+              {"sub", place.file.subfolder == Subfolder::current ? "cur" : "new"},
+              {"name", readableBytes(place.file.name)}};
+}
+
+Json encodeMarks(const Marks& marks) {
+  Json keywords = Json::array();
+  for (const auto& keyword : marks.keywords) keywords.push_back(readableBytes(keyword));
+  return Json{{"flags", readableBytes(marks.flags)},
+              {"keywords", std::move(keywords)},
+              {"unnamed", marks.unnamed},
+              {"foreign", readableBytes(marks.foreign)}};
+}
+
+std::string bytesAt(const Json& object, const char* key) {
+  return bytesOfReadable(object.at(key).get_ref<const std::string&>());
+}
+
+JournalPlace decodePlace(const Json& json) {
+  JournalPlace place;
+  place.mailbox = {json.at("account").get<std::string>(), bytesAt(json, "mailbox")};
+  place.folder = bytesAt(json, "folder");
+  place.file.name = bytesAt(json, "name");
+  place.file.subfolder = json.at("sub") == "new" ? Subfolder::fresh : Subfolder::current;
+  return place;
+}
+
+Marks decodeMarks(const Json& json) {
+  Marks marks;
+  marks.flags = bytesAt(json, "flags");
+  marks.unnamed = json.at("unnamed").get<std::string>();
+  marks.foreign = bytesAt(json, "foreign");
+  for (const auto& keyword : json.at("keywords")) {
+    marks.keywords.push_back(bytesOfReadable(keyword.get_ref<const std::string&>()));
+  }
+  return marks;
+}
+
+JournalRecord decodeRecord(const Json& json, JournalRecord::Kind kind) {
+  JournalRecord record;
+  record.kind = kind;
+  if (kind == JournalRecord::Kind::mailbox) {
+    record.root = bytesAt(json, "root");
+    record.layout = json.at("layout") == "nested" ? Layout::nested : Layout::maildirPlusPlus;
+    for (const auto& folder : json.at("folders")) {
+      record.folders.push_back({bytesAt(folder, "path"), Path(bytesAt(folder, "folder"))});
+    }
+    return record;
+  }
+  record.from = decodePlace(json.at("from"));
+  record.to = decodePlace(json.at("to"));
+  record.before = decodeMarks(json.at("before"));
+  record.after = decodeMarks(json.at("after"));
+  if (json.contains("draft")) record.draft = bytesAt(json, "draft");
+  return record;
+}
+
+// One line into the entry; false when the line is not one of ours.
+bool takeLine(JournalEntry& entry, const Json& json) {
+  if (!json.is_object()) return false;
+  if (const auto number = json.find("void"); number != json.end()) {
+    const auto index = number->get<std::size_t>();
+    if (index >= entry.records.size()) return false;
+    entry.records[index].isVoid = true;
+    return true;
+  }
+  if (json.contains("undo")) {
+    entry.undoStart = std::min(entry.undoStart, entry.records.size());
+    return true;
+  }
+  const auto action = json.find("do");
+  if (action == json.end() || !action->is_string()) return false;
+  const auto kind = std::ranges::find(kKinds, action->get_ref<const std::string&>(),
+                                      &std::pair<JournalRecord::Kind, std::string_view>::second);
+  if (kind == kKinds.end()) return false;
+  entry.records.push_back(decodeRecord(json, kind->first));
+  return true;
+}
+
+}  // namespace
+
+std::string encodeHead(std::string_view token, std::chrono::nanoseconds started) {
+  const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(started).count();
+  return writeJson(Json{{"journal", kVersion}, {"token", token}, {"started", isoTime(seconds)}}) + "\n";
+}
+
+std::string encodeRecord(const JournalRecord& record) {
+  Json json;
+  json["do"] =
+      std::ranges::find(kKinds, record.kind, &std::pair<JournalRecord::Kind, std::string_view>::first)->second;
+  if (record.kind == JournalRecord::Kind::mailbox) {
+    json["root"] = readableBytes(record.root.string());
+    json["layout"] = record.layout == Layout::nested ? "nested" : "maildir++";
+    json["folders"] = Json::array();
+    for (const auto& folder : record.folders) {
+      json["folders"].push_back(
+          Json{{"path", readableBytes(folder.path)}, {"folder", readableBytes(folder.directory.string())}});
+    }
+  } else {
+    json["from"] = encodePlace(record.from);
+    json["to"] = encodePlace(record.to);
+    json["before"] = encodeMarks(record.before);
+    json["after"] = encodeMarks(record.after);
+    if (!record.draft.empty()) json["draft"] = readableBytes(record.draft);
+  }
+  return writeJson(json) + "\n";
+}
+
+std::string encodeVoid(std::size_t number) { return writeJson(Json{{"void", number}}) + "\n"; }
+
+std::string encodeUndo() { return writeJson(Json{{"undo", true}}) + "\n"; }
+
+Result<JournalEntry> decodeEntry(std::string_view text, std::string_view what) {
+  JournalEntry entry;
+  int line = 0;
+  const auto damaged = [&](std::string_view why) {
+    return fail(error_number::damagedFile, fmt::format("{}, line {}: {}", what, line, why));
+  };
+  while (!text.empty()) {
+    ++line;
+    const auto end = text.find('\n');
+    const auto content = text.substr(0, end);
+    const bool last = end == std::string_view::npos || end + 1 == text.size();
+    text = end == std::string_view::npos ? std::string_view() : text.substr(end + 1);
+    if (content.empty()) continue;
+    const auto json = parseJson(content, what);
+    // A line is whole when its line feed is there; what a crash cut off in the middle was never acted on.
+    const bool torn = end == std::string_view::npos || (!json && (last || text.starts_with('\n')));
+    if (torn && entry.token.empty()) {
+      constexpr std::string_view head = "{\"journal\":";
+      const auto common = std::min(head.size(), content.size());
+      if (content.substr(0, common) != head.substr(0, common)) return damaged("it is no journal of filings");
+    }
+    if (torn) continue;
+    if (!json) return damaged("it is no JSON");
+    try {
+      if (entry.token.empty()) {
+        if (!json->is_object() || !json->contains("journal")) return damaged("it is no journal of filings");
+        if (json->at("journal") != kVersion) return damaged("it was written by another version");
+        entry.token = json->at("token").get<std::string>();
+        if (entry.token.empty()) return damaged("it has no token");
+      } else if (!takeLine(entry, *json)) {
+        return damaged("it says nothing that is known");
+      }
+    } catch (const Json::exception&) {
+      return damaged("a field is missing or of the wrong type");
+    }
+  }
+  return entry;
+}
+
+}  // namespace quillbox::mailclient

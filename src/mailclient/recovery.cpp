@@ -1,0 +1,245 @@
+#include "mailclient/recovery.h"
+
+#include <algorithm>
+#include <cerrno>
+
+#include <fmt/format.h>
+
+#include "base/error_numbers.h"
+#include "base/text.h"
+#include "mailclient/dot_lock.h"
+#include "mailclient/name_codes.h"
+
+namespace quillbox::mailclient {
+namespace {
+
+using Kind = JournalRecord::Kind;
+
+MessageKey keyOf(const JournalPlace& place) { return {place.mailbox, place.id()}; }
+
+std::string shown(const JournalPlace& place) { return text::singleLine(readableBytes(place.id())); }
+
+bool sameBesidesSeen(Marks a, Marks b) {
+  std::erase(a.flags, flag::seen);
+  std::erase(b.flags, flag::seen);
+  return a.flags == b.flags && a.keywords == b.keywords;
+}
+
+}  // namespace
+
+Result<std::optional<MessageFile>> Recovery::find(const JournalPlace& place) {
+  const auto index = store_.messages({place.mailbox.path, place.folder});
+  if (!index) {
+    if (index.error().number == error_number::mailboxNotFound || index.error().number == ENOTDIR) return std::nullopt;
+    return forward(index);
+  }
+  const auto* file = (*index)->find(place.id());
+  return file == nullptr ? std::nullopt : std::optional(*file);
+}
+
+// ---- after a crash ----
+
+Result<Transaction::Moves> Recovery::run() {
+  Transaction::Moves moves;
+  for (const auto state : {EntryState::open, EntryState::undoing}) {
+    const auto entries = listEntries(environment_, state);
+    if (!entries) return forward(entries);
+    for (const auto& file : *entries) {
+      if (const auto closed = close(file, moves); !closed) {
+        environment_.log.error(fmt::format("The filing {} could not be cleaned up yet: {}", file.filename().string(),
+                                           closed.error().message));
+      }
+    }
+  }
+  return moves;
+}
+
+Result<void> Recovery::close(const Path& file, Transaction::Moves& moves) {
+  auto writer = JournalWriter::claim(environment_, file);
+  if (!writer) return forward(writer);
+  if (*writer == nullptr) return {};
+  auto entry = readEntry(environment_, file);
+  if (!entry) return entry.error().number == error_number::damagedFile ? Result<void>{} : forward(entry);
+  // Without its first line the entry did nothing yet.
+  if (entry->token.empty()) return (*writer)->discard();
+  if (auto adopted = (*writer)->adopt(*entry); !adopted) return adopted;
+
+  bool anything = false;
+  for (std::size_t number = 0; number < entry->records.size(); ++number) {
+    auto& record = entry->records[number];
+    // What an undo takes back was settled before it began.
+    if (record.isVoid || (entry->state == EntryState::undoing && number < entry->filingRecords())) continue;
+    removeLeftovers(record, entry->token);
+    const auto happened = settle(record, entry->token);
+    if (!happened) return forward(happened);
+    if (!*happened) {
+      record.isVoid = true;
+      if (auto written = (*writer)->voidRecord(number); !written) return written;
+      continue;
+    }
+    anything = anything || record.kind != Kind::marks;
+    if (record.kind == Kind::move) moves.emplace_back(keyOf(record.from), keyOf(record.to));
+  }
+  environment_.log.info(fmt::format("Cleaned up after an interrupted filing ({})", file.filename().string()));
+  if (entry->state == EntryState::undoing) {
+    const auto undone = takeBack(*entry, std::move(*writer));
+    if (!undone) return forward(undone);
+    moves.insert(moves.end(), undone->moves.begin(), undone->moves.end());
+    return {};
+  }
+  return anything ? (*writer)->become(EntryState::done) : (*writer)->discard();
+}
+
+void Recovery::removeLeftovers(const JournalRecord& record, const std::string& token) {
+  auto& files = environment_.files;
+  if (record.kind == Kind::mailbox) {
+    DotLock::removeLeftover(files, record.root / "subscriptions", token);
+    return;
+  }
+  removeKeywordLeftovers(files, record.to.folder, token);
+  if (!record.draft.empty()) (void)files.remove(record.to.folder / "tmp" / record.draft);
+}
+
+Result<bool> Recovery::settle(const JournalRecord& record, const std::string& token) {
+  switch (record.kind) {
+    case Kind::move: return settleMove(record);
+    case Kind::copy: return settleCopy(record);
+    case Kind::mailbox: return settleMailbox(record, token);
+    case Kind::marks: break;
+  }
+  const auto file = find(record.from);
+  if (!file) return forward(file);
+  return *file && (*file)->name != record.from.file.name;
+}
+
+Result<bool> Recovery::settleMove(const JournalRecord& record) {
+  const auto from = find(record.from);
+  if (!from) return forward(from);
+  const auto to = find(record.to);
+  if (!to) return forward(to);
+  if (!*from) return true;
+  if (!*to) return false;
+  // A rename leaves one of the two: the other is somebody else's message of that name, and the rename was refused.
+  if (record.draft.empty()) return false;
+  // Copied and made durable, but the source is still there.
+  const auto source = environment_.files.info((*from)->path(record.from.folder));
+  const auto copy = environment_.files.info((*to)->path(record.to.folder));
+  if (!source || !copy || source->size != copy->size) return false;
+  if (auto removed = environment_.files.remove((*from)->path(record.from.folder)); !removed) return forward(removed);
+  store_.forget(record.from.folder);
+  return true;
+}
+
+Result<bool> Recovery::settleCopy(const JournalRecord& record) {
+  const auto to = find(record.to);
+  if (!to) return forward(to);
+  if (!*to) return false;
+  Transaction marks(environment_, store_);
+  if (auto changed = marks.applyMarks(keyOf(record.from), MarkChange::between(record.before, record.after)); !changed) {
+    environment_.log.error(fmt::format("The original of a copy could not be marked: {}", changed.error().message));
+  }
+  return true;
+}
+
+Result<bool> Recovery::settleMailbox(const JournalRecord& record, const std::string& token) {
+  const bool begun = std::ranges::any_of(record.folders, [&](const Folder& folder) {
+    return environment_.files.info(folder.directory).has_value();
+  });
+  if (!begun) return false;
+  for (const auto& folder : record.folders) {
+    if (auto made = makeFolder(environment_.files, folder.directory); !made) return forward(made);
+    if (auto done = subscribe(environment_, record.root, record.layout, folder.path, token); !done) {
+      return forward(done);
+    }
+  }
+  return true;
+}
+
+// ---- undo ----
+
+Result<UndoReport> Recovery::undoLast() {
+  const auto entries = listEntries(environment_, EntryState::done);
+  if (!entries) return forward(entries);
+  for (auto file = entries->rbegin(); file != entries->rend(); ++file) {
+    auto writer = JournalWriter::claim(environment_, *file);
+    if (!writer) return forward(writer);
+    if (*writer == nullptr) return fail(EBUSY, "The last filing is being taken back already");
+    const auto entry = readEntry(environment_, *file);
+    if (!entry && entry.error().number == error_number::damagedFile) continue;
+    if (!entry) return forward(entry);
+    if (!entry->holdsFiling()) continue;
+    if (auto adopted = (*writer)->adopt(*entry); !adopted) return forward(adopted);
+    if (auto begun = (*writer)->beginUndo(); !begun) return forward(begun);
+    if (auto marked = (*writer)->become(EntryState::undoing); !marked) return forward(marked);
+    return takeBack(*entry, std::move(*writer));
+  }
+  return fail(error_number::nothingMatches, "There is no filing to take back");
+}
+
+Result<UndoReport> Recovery::takeBack(const JournalEntry& entry, std::unique_ptr<JournalWriter> writer) {
+  UndoReport report;
+  Transaction steps(environment_, store_);
+  steps.writer_ = std::move(writer);
+  for (auto number = entry.filingRecords(); number > 0; --number) {
+    const auto& record = entry.records[number - 1];
+    if (record.isVoid || record.kind == Kind::mailbox) continue;
+    if (auto done = takeBack(record, steps, report); !done) {
+      // One message that cannot be taken back must not keep the others.
+      report.kept.push_back(fmt::format("The message “{}” stays in “{}”: {}", shown(record.to),
+                                        readableBytes(record.to.mailbox.path), done.error().message));
+    }
+  }
+  writer = std::move(steps.writer_);
+  if (auto synced = steps.commit(); !synced) return forward(synced);
+  report.moves = steps.moves();
+  if (auto discarded = writer->discard(); !discarded) return forward(discarded);
+  return report;
+}
+
+Result<void> Recovery::takeBack(const JournalRecord& record, Transaction& steps, UndoReport& report) {
+  const auto inverse = MarkChange::between(record.after, record.before);
+  if (record.kind == Kind::marks) {
+    const auto there = find(record.from);
+    return there && *there ? steps.applyMarks(keyOf(record.from), inverse) : Result<void>{};
+  }
+  if (record.kind == Kind::copy) {
+    if (auto removed = removeCopy(record); !removed) return removed;
+    ++report.count;
+    return steps.applyMarks(keyOf(record.from), inverse);
+  }
+  const auto there = find(record.to);
+  if (!there) return forward(there);
+  if (!*there) {
+    const auto back = find(record.from);
+    if (back && *back) {
+      ++report.count;
+      return {};
+    }
+    return fail(error_number::messageNotFound, "it was moved or deleted since");
+  }
+  const Folder home{record.from.mailbox.path, record.from.folder};
+  auto moved = steps.relocate(keyOf(record.to), home, record.from.mailbox, inverse, Transaction::Mode::move);
+  if (!moved) return forward(moved);
+  steps.moves_.emplace_back(keyOf(record.to), *moved);
+  ++report.count;
+  return {};
+}
+
+Result<void> Recovery::removeCopy(const JournalRecord& record) {
+  const auto copy = find(record.to);
+  if (!copy) return forward(copy);
+  if (!*copy) return fail(error_number::messageNotFound, "it was moved or deleted since");
+  const auto original = find(record.from);
+  if (!original) return forward(original);
+  if (!*original) return fail(error_number::messageNotFound, "its original was moved or deleted since");
+  const auto table = store_.keywords(record.to.folder);
+  if (!table) return forward(table);
+  if (!sameBesidesSeen(Marks::read(MessageName::parse((*copy)->name), *table), record.after)) {
+    return fail(error_number::messageNotFound, "it was changed since");
+  }
+  if (auto removed = environment_.files.remove((*copy)->path(record.to.folder)); !removed) return removed;
+  store_.noteRemoval(record.to.folder, record.to.id());
+  return environment_.files.syncDirectory(record.to.folder / "cur");
+}
+
+}  // namespace quillbox::mailclient

@@ -1,0 +1,58 @@
+// What the journal is for: closing the filings of runs that died, and taking the last filing back.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "base/result.h"
+#include "mailclient/journal.h"
+#include "mailclient/mail_store.h"
+#include "mailclient/transaction.h"
+
+namespace quillbox::mailclient {
+
+struct UndoReport {
+  std::size_t count = 0;          // messages taken back
+  std::vector<std::string> kept;  // a sentence for each that could not be
+  Transaction::Moves moves;
+};
+
+// Used under the lock of MailClient.
+class Recovery {
+ public:
+  Recovery(const Environment& environment, MailStore& store) : environment_(environment), store_(store) {}
+
+  // Closes every entry that nobody writes any more: each of its steps is completed where it was half done, and struck
+  // out where it was not; an interrupted undo goes on. Removes the drafts and locks that were left. Gives where
+  // messages went. Entries of living processes stay alone. An entry that cannot be dealt with now (its disk is away) is
+  // logged and stays for the next time.
+  Result<Transaction::Moves> run();
+
+  // Takes back the last finished filing: moves its messages to where they were, with the marks that they had, and
+  // removes the copies that it made. Marks and moves that others made since are kept. Fails with
+  // error_number::nothingMatches when there is no filing left.
+  Result<UndoReport> undoLast();
+
+ private:
+  Result<void> close(const Path& file, Transaction::Moves& moves);
+  // Whether the step of a record happened; completes it where it was half done.
+  Result<bool> settle(const JournalRecord& record, const std::string& token);
+  Result<bool> settleMove(const JournalRecord& record);
+  Result<bool> settleCopy(const JournalRecord& record);
+  Result<bool> settleMailbox(const JournalRecord& record, const std::string& token);
+  void removeLeftovers(const JournalRecord& record, const std::string& token);
+
+  Result<UndoReport> takeBack(const JournalEntry& entry, std::unique_ptr<JournalWriter> writer);
+  Result<void> takeBack(const JournalRecord& record, Transaction& steps, UndoReport& report);
+  Result<void> removeCopy(const JournalRecord& record);
+
+  // The message's file in the folder as it is now; nothing when it is not there, or the folder is not.
+  Result<std::optional<MessageFile>> find(const JournalPlace& place);
+
+  const Environment& environment_;
+  MailStore& store_;
+};
+
+}  // namespace quillbox::mailclient

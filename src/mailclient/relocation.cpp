@@ -1,0 +1,178 @@
+// How a transaction brings one message to another folder. The order of the steps is what keeps the message whole under
+// some name at every instant:
+//
+//   same file system    journal; rename without replacing
+//   another one         journal, synced; write tmp/draft, sync it; rename it into cur/, sync cur/; remove the source
+//   a copy              the same, and the marks of the original instead of the last step
+#include <cerrno>
+
+#include <fmt/format.h>
+
+#include "base/error_numbers.h"
+#include "mailclient/name_codes.h"
+#include "mailclient/transaction.h"
+
+namespace quillbox::mailclient {
+namespace {
+
+constexpr std::uint64_t kPiece = 1 << 20;
+constexpr int kAttempts = 8;
+
+bool isVanishedFolder(FileSystem& files, const Path& folder) {
+  const auto cur = files.info(folder / "cur");
+  return !cur && (cur.error().number == ENOENT || cur.error().number == ENOTDIR);
+}
+
+}  // namespace
+
+std::string Transaction::freshName(const FileInfo& info, const std::string& model) {
+  const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(info.modified).count();
+  return freshBase(std::max<std::int64_t>(seconds, 0), environment_.token(), model);
+}
+
+Result<MessageKey> Transaction::relocate(const MessageKey& key, const Folder& to, const MailboxKey& destination,
+                                         const MarkChange& change, Mode mode) {
+  auto result = store_.withMessage(key, [&](const LocatedMessage& source) -> Result<MessageKey> {
+    const auto info = environment_.files.info(source.path());
+    if (!info) return forward(info);
+    const auto table = store_.keywords(source.folder.directory);
+    if (!table) return forward(table);
+    const auto name = MessageName::parse(source.file.name);
+    Step step;
+    step.record.kind = mode == Mode::move ? JournalRecord::Kind::move : JournalRecord::Kind::copy;
+    step.record.from = {key.mailbox, source.folder.directory, source.file};
+    step.record.before = Marks::read(name, *table);
+    step.record.after = step.record.before;
+    change.apply(step.record.after);
+    const auto letters = requireKeywords(environment_, to.directory, step.record.after.keywords, token());
+    if (!letters) {
+      if (isVanishedFolder(environment_.files, to.directory)) {
+        return fail(error_number::mailboxNotFound, fmt::format("The mailbox “{}” is gone", to.path));
+      }
+      return forward(letters);
+    }
+    auto target = withMarks(name, step.record.after, *letters);
+    target.base = mode == Mode::copy ? freshName(*info, source.file.name) : withoutUid(name.base);
+    step.record.to = {destination, to.directory, {target.fileName(), Subfolder::current}};
+
+    Result<MessageFile> placed = fail(EEXIST, "");
+    for (int attempt = 0; attempt < kAttempts; ++attempt) {
+      placed = place(source, step, mode);
+      if (placed || placed.error().number != EEXIST) break;
+      // Somebody else's message has this name: never onto it.
+      target.base = freshName(*info, source.file.name);
+      step.record.to.file.name = target.fileName();
+    }
+    if (!placed) {
+      if (placed.error().number == ENOENT && isVanishedFolder(environment_.files, to.directory)) {
+        return fail(error_number::mailboxNotFound, fmt::format("The mailbox “{}” is gone", to.path));
+      }
+      return forward(placed);
+    }
+    const MessageKey moved{destination, stableId(placed->name)};
+    if (mode == Mode::copy) {
+      // The original is marked after its copy is safe, so that a full disk leaves it untouched.
+      if (auto marked = applyMarks(key, change); !marked) {
+        (void)environment_.files.remove(placed->path(to.directory));
+        giveUp(step);
+        return forward(marked);
+      }
+    } else {
+      store_.noteRemoval(source.folder.directory, key.id);
+      touched_.insert(source.path().parent_path().string());
+    }
+    store_.noteRename(to.directory, moved.id, *placed);
+    touched_.insert((to.directory / "cur").string());
+    return moved;
+  });
+  return result;
+}
+
+Result<MessageFile> Transaction::place(const LocatedMessage& source, Step& step, Mode mode) {
+  const std::pair folders(source.folder.directory.string(), step.record.to.folder.string());
+  if (mode == Mode::copy || apart_.contains(folders)) return placeByCopy(source, step, mode);
+  auto written = writeStep(step.record);
+  if (!written) return forward(written);
+  const auto target = step.record.to.file;
+  const auto renamed = environment_.files.renameNoReplace(source.path(), target.path(step.record.to.folder));
+  if (renamed) return target;
+  giveUp(*written);
+  if (renamed.error().number != EXDEV) return forward(renamed);
+  apart_.insert(folders);
+  return placeByCopy(source, step, mode);
+}
+
+Result<MessageFile> Transaction::placeByCopy(const LocatedMessage& source, Step& step, Mode mode) {
+  auto& files = environment_.files;
+  const auto info = files.info(source.path());
+  if (!info) return forward(info);
+  step.record.draft = freshName(*info, source.file.name);
+  auto written = writeStep(step.record);
+  if (!written) return forward(written);
+  step.number = written->number;
+  const auto draft = step.record.to.folder / "tmp" / step.record.draft;
+  const auto target = step.record.to.file;
+  const auto failed = [&](const Error& error) -> std::unexpected<Error> {
+    (void)files.remove(draft);
+    giveUp(*written);
+    return std::unexpected(error);
+  };
+  // From here on the message may exist twice: the journal has to know on the disk.
+  if (auto synced = writer_->sync(); !synced) return failed(synced.error());
+  const MessageKey key{step.record.from.mailbox, step.record.from.id()};
+  if (auto done = writeDraft(key, draft, *info); !done) return failed(done.error());
+  if (auto renamed = files.renameNoReplace(draft, target.path(step.record.to.folder)); !renamed) {
+    return failed(renamed.error());
+  }
+  const auto cur = step.record.to.folder / "cur";
+  const auto takeBack = [&](const Error& error) {
+    (void)files.remove(target.path(step.record.to.folder));
+    giveUp(*written);
+    return std::unexpected(error);
+  };
+  if (auto synced = files.syncDirectory(cur); !synced) return takeBack(synced.error());
+  if (mode == Mode::copy) return target;
+  if (auto removed = removeSource(*written); !removed) return takeBack(removed.error());
+  return target;
+}
+
+Result<void> Transaction::writeDraft(const MessageKey& source, const Path& draft, const FileInfo& info) {
+  auto& files = environment_.files;
+  auto out = files.create(draft, CreateMode::exclusive, (info.permissions & 0777) | 0600);
+  if (!out) return forward(out);
+  for (std::uint64_t offset = 0; offset < info.size;) {
+    // The message may be renamed under our feet; its bytes never change.
+    const auto piece = store_.withMessage(source, [&](const LocatedMessage& message) {
+      return files.readRange(message.path(), offset, kPiece);
+    });
+    if (!piece) return forward(piece);
+    if (piece->empty()) {
+      return fail(EIO, fmt::format("{} is shorter than the {} bytes that it had", readableBytes(source.id), info.size));
+    }
+    if (auto done = (*out)->write(*piece); !done) return done;
+    offset += piece->size();
+  }
+  if (auto done = files.setModified(draft, info.modified); !done) return done;
+  if (auto done = (*out)->sync(); !done) return done;
+  return (*out)->close();
+}
+
+Result<void> Transaction::removeSource(const Step& step) {
+  const MessageKey key{step.record.from.mailbox, step.record.from.id()};
+  const auto& to = step.record.to;
+  return store_.withMessage(key, [&](const LocatedMessage& message) -> Result<void> {
+    auto& files = environment_.files;
+    if (message.file.name != step.record.from.file.name) {
+      // Another reader has changed the marks meanwhile: the copy gets its changes too.
+      const auto table = store_.keywords(message.folder.directory);
+      if (!table) return forward(table);
+      const auto now = Marks::read(MessageName::parse(message.file.name), *table);
+      const MessageKey copied{to.mailbox, stableId(to.file.name)};
+      store_.noteRename(to.folder, copied.id, to.file);
+      if (auto done = applyMarks(copied, MarkChange::between(step.record.before, now)); !done) return done;
+    }
+    return files.remove(message.path());
+  });
+}
+
+}  // namespace quillbox::mailclient

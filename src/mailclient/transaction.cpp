@@ -1,0 +1,221 @@
+#include "mailclient/transaction.h"
+
+#include <cerrno>
+
+#include <fmt/format.h>
+
+#include "base/error_numbers.h"
+#include "base/text.h"
+#include "mailclient/name_codes.h"
+
+namespace quillbox::mailclient {
+namespace {
+
+JournalPlace placeOf(const MailboxKey& mailbox, const LocatedMessage& message) {
+  return {mailbox, message.folder.directory, message.file};
+}
+
+}  // namespace
+
+const std::string& Transaction::token() {
+  if (writer_) return writer_->token();
+  if (token_.empty()) token_ = environment_.token();
+  return token_;
+}
+
+Result<JournalWriter*> Transaction::writer() {
+  if (!writer_) {
+    auto begun = JournalWriter::begin(environment_);
+    if (!begun) return forward(begun);
+    writer_ = std::move(*begun);
+    for (const auto& record : waiting_) {
+      if (auto written = writer_->write(record); !written) return forward(written);
+    }
+    waiting_.clear();
+  }
+  return writer_.get();
+}
+
+Result<void> Transaction::note(const JournalRecord& record) {
+  if (!writer_) {
+    waiting_.push_back(record);
+    return {};
+  }
+  const auto written = writer_->write(record);
+  if (!written) return forward(written);
+  return {};
+}
+
+Result<Transaction::Step> Transaction::writeStep(JournalRecord record) {
+  const auto journal = writer();
+  if (!journal) return forward(journal);
+  const auto number = (*journal)->write(record);
+  if (!number) return forward(number);
+  return Step{std::move(record), *number};
+}
+
+void Transaction::giveUp(const Step& step) {
+  // When even this cannot be written, recovery and undo see from the disk that the step did not happen.
+  (void)writer_->voidRecord(step.number);
+}
+
+Error Transaction::explain(Error error, std::string_view action, const MessageKey& key) const {
+  if (error.number == error_number::messageNotFound || error.number == error_number::mailboxNotFound) {
+    // Already a sentence about the message or the mailbox.
+  } else {
+    error.message = fmt::format("The message “{}” could not be {}: {}", text::singleLine(readableBytes(key.id)),
+                                action, error.message);
+  }
+  if (filed_ > 0) {
+    error.message += fmt::format(" ({} before it {} filed)", filed_ == 1 ? "1 message" : fmt::format("{} messages", filed_),
+                                 filed_ == 1 ? "was" : "were");
+  }
+  return error;
+}
+
+MarkChange Transaction::takePending(const MessageKey& key) {
+  if (!pending_ || pending_->key != key) return {};
+  auto change = std::move(pending_->change);
+  pending_.reset();
+  return change;
+}
+
+Result<Marks> Transaction::marks(const MessageKey& key) {
+  auto marks = store_.marks(key);
+  if (marks && pending_ && pending_->key == key) pending_->change.apply(*marks);
+  return marks;
+}
+
+Result<void> Transaction::change(const MessageKey& key, const MarkChange& change) {
+  if (pending_ && pending_->key != key) {
+    if (auto done = flush(); !done) return done;
+  }
+  // The message has to be there now, not only when the change is written.
+  const auto now = marks(key);
+  if (!now) return forward(now);
+  auto wanted = *now;
+  change.apply(wanted);
+  if (wanted == *now) return {};
+  if (!pending_) pending_ = Pending{key, {}};
+  pending_->change.then(change);
+  return {};
+}
+
+Result<void> Transaction::flush() {
+  if (!pending_) return {};
+  const auto pending = std::move(*pending_);
+  pending_.reset();
+  if (auto done = applyMarks(pending.key, pending.change); !done) {
+    return std::unexpected(explain(done.error(), "changed", pending.key));
+  }
+  return {};
+}
+
+Result<void> Transaction::applyMarks(const MessageKey& key, const MarkChange& change) {
+  return store_.withMessage(key, [&](const LocatedMessage& message) -> Result<void> {
+    const auto& folder = message.folder.directory;
+    auto table = store_.keywords(folder);
+    if (!table) return forward(table);
+    const auto name = MessageName::parse(message.file.name);
+    const auto before = Marks::read(name, *table);
+    auto after = before;
+    change.apply(after);
+    if (after == before) return {};
+    table = requireKeywords(environment_, folder, after.keywords, token());
+    if (!table) return forward(table);
+    const MessageFile file{withMarks(name, after, *table).fileName(), Subfolder::current};
+    if (file == message.file) return {};
+    JournalRecord record;
+    record.kind = JournalRecord::Kind::marks;
+    record.from = placeOf(key.mailbox, message);
+    record.to = record.from;
+    record.to.file = file;
+    record.before = before;
+    record.after = after;
+    if (auto noted = note(record); !noted) return noted;
+    if (auto renamed = environment_.files.renameNoReplace(message.path(), file.path(folder)); !renamed) {
+      if (!writer_) waiting_.pop_back();
+      return renamed;
+    }
+    store_.noteRename(folder, key.id, file);
+    touched_.insert((folder / "cur").string());
+    if (message.file.subfolder == Subfolder::fresh) touched_.insert((folder / "new").string());
+    return {};
+  });
+}
+
+Result<MessageKey> Transaction::move(const MessageKey& key, const MailboxKey& destination) {
+  if (pending_ && pending_->key != key) {
+    if (auto done = flush(); !done) return forward(done);
+  }
+  const auto to = store_.mailbox(destination);
+  if (!to) return std::unexpected(explain(to.error(), "moved", key));
+  const auto from = store_.mailbox(key.mailbox);
+  if (!from) return std::unexpected(explain(from.error(), "moved", key));
+  if (from->directory == to->directory) {
+    if (auto there = store_.marks(key); !there) return std::unexpected(explain(there.error(), "moved", key));
+    ++filed_;
+    return key;
+  }
+  auto moved = relocate(key, *to, {destination.account, to->path}, takePending(key), Mode::move);
+  if (!moved) return std::unexpected(explain(moved.error(), "moved", key));
+  ++filed_;
+  moves_.emplace_back(key, *moved);
+  return moved;
+}
+
+Result<MessageKey> Transaction::copy(const MessageKey& key, const MailboxKey& destination) {
+  if (pending_ && pending_->key != key) {
+    if (auto done = flush(); !done) return forward(done);
+  }
+  const auto to = store_.mailbox(destination);
+  if (!to) return std::unexpected(explain(to.error(), "copied", key));
+  auto copied = relocate(key, *to, {destination.account, to->path}, takePending(key), Mode::copy);
+  if (!copied) return std::unexpected(explain(copied.error(), "copied", key));
+  ++filed_;
+  return copied;
+}
+
+Result<Folder> Transaction::makeMailbox(const std::string& account, const std::string& path) {
+  if (auto done = flush(); !done) return forward(done);
+  const auto owner = store_.account(account);
+  if (!owner) return forward(owner);
+  JournalRecord record;
+  record.kind = JournalRecord::Kind::mailbox;
+  record.root = owner->path;
+  record.layout = owner->layout;
+  auto folders = foldersToMake(environment_.files, owner->path, owner->layout, path);
+  if (!folders) return forward(folders);
+  record.folders = std::move(*folders);
+  auto step = writeStep(record);
+  if (!step) return forward(step);
+  // A mailbox of which half would be left after a power cut could not be told from somebody else's folder.
+  if (auto synced = writer_->sync(); !synced) return forward(synced);
+  for (const auto& folder : record.folders) {
+    auto made = makeFolder(environment_.files, folder.directory);
+    if (made) made = subscribe(environment_, owner->path, owner->layout, folder.path, token());
+    if (!made) {
+      return fail(made.error().number,
+                  fmt::format("The mailbox “{}” could not be made in “{}”: {}", path, owner->name, made.error().message));
+    }
+  }
+  return record.folders.back();
+}
+
+Result<void> Transaction::commit() {
+  auto result = flush();
+  for (const auto& directory : touched_) {
+    const auto synced = environment_.files.syncDirectory(directory);
+    // A folder that somebody removed meanwhile needs no sync.
+    if (!synced && synced.error().number != ENOENT && result) result = synced;
+  }
+  touched_.clear();
+  if (writer_) {
+    if (auto done = writer_->become(EntryState::done); !done && result) result = done;
+    writer_.reset();
+  }
+  waiting_.clear();
+  return result;
+}
+
+}  // namespace quillbox::mailclient

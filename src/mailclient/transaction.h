@@ -1,0 +1,96 @@
+// What one script, or one command, does to the mail: marks, moves, copies and new mailboxes, as one filing of the
+// journal.
+#pragma once
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "base/result.h"
+#include "mailclient/journal.h"
+#include "mailclient/mail_store.h"
+
+namespace quillbox::mailclient {
+
+// Every change of the store passes here. A message is one file that is renamed: its new marks wait in memory until the
+// message moves, another message is touched or the transaction ends, so that reading, labelling, flagging and moving
+// a message is one rename, and a failure in the middle leaves each message filed or untouched.
+//
+// The journal's entry is begun with the first move, copy or new mailbox; marks alone leave none, since each is one
+// rename and nothing to be taken back as a filing.
+//
+// Used under the lock of MailClient. A transaction that is destroyed without commit() was given up: what it did stays,
+// and is closed by the next recovery.
+class Transaction {
+ public:
+  // Where a message went, for those who hold its old key.
+  using Moves = std::vector<std::pair<MessageKey, MessageKey>>;
+
+  Transaction(const Environment& environment, MailStore& store) : environment_(environment), store_(store) {}
+
+  // The marks as this transaction leaves them.
+  Result<Marks> marks(const MessageKey& key);
+  Result<void> change(const MessageKey& key, const MarkChange& change);
+  // Gives the message's new key. Moving a message to where it is does nothing.
+  Result<MessageKey> move(const MessageKey& key, const MailboxKey& destination);
+  // Gives the copy's key; a copy beside the original is one too.
+  Result<MessageKey> copy(const MessageKey& key, const MailboxKey& destination);
+  // Makes the mailbox and those above it that are missing. Fails with mailboxExists or invalidName.
+  Result<Folder> makeMailbox(const std::string& account, const std::string& path);
+
+  // Writes what still waits.
+  Result<void> flush();
+  // Ends the transaction: writes what waits, makes everything durable and closes the journal's entry.
+  Result<void> commit();
+
+  // Messages moved or copied so far.
+  std::size_t filed() const { return filed_; }
+  const Moves& moves() const { return moves_; }
+
+ private:
+  friend class Recovery;
+  enum class Mode { move, copy };
+
+  struct Pending {
+    MessageKey key;
+    MarkChange change;
+  };
+  // One attempt to bring a message to another folder.
+  struct Step {
+    JournalRecord record;
+    std::size_t number = 0;
+  };
+
+  Result<JournalWriter*> writer();
+  const std::string& token();
+  Result<void> note(const JournalRecord& record);
+  Result<Step> writeStep(JournalRecord record);
+  void giveUp(const Step& step);
+  Result<MessageKey> relocate(const MessageKey& key, const Folder& to, const MailboxKey& destination,
+                              const MarkChange& change, Mode mode);
+  Result<MessageFile> place(const LocatedMessage& source, Step& step, Mode mode);
+  Result<MessageFile> placeByCopy(const LocatedMessage& source, Step& step, Mode mode);
+  Result<void> writeDraft(const MessageKey& source, const Path& draft, const FileInfo& info);
+  Result<void> removeSource(const Step& step);
+  Result<void> applyMarks(const MessageKey& key, const MarkChange& change);
+  MarkChange takePending(const MessageKey& key);
+  std::string freshName(const FileInfo& info, const std::string& model);
+  Error explain(Error error, std::string_view action, const MessageKey& key) const;
+
+  const Environment& environment_;
+  MailStore& store_;
+  std::string token_;
+  std::unique_ptr<JournalWriter> writer_;
+  std::vector<JournalRecord> waiting_;  // marks before the entry was begun
+  std::optional<Pending> pending_;
+  std::set<std::string> touched_;                        // directories to sync
+  std::set<std::pair<std::string, std::string>> apart_;  // pairs of folders on different file systems
+  Moves moves_;
+  std::size_t filed_ = 0;
+};
+
+}  // namespace quillbox::mailclient
