@@ -3,12 +3,9 @@
 
 #include <cstdint>
 #include <list>
-#include <map>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <unordered_map>
-#include <vector>
 
 #include "base/result.h"
 #include "mailclient/environment.h"
@@ -29,21 +26,28 @@ struct CachedHeaders {
 class HeaderCache {
  public:
   explicit HeaderCache(const Environment& environment) : environment_(environment) {}
-  ~HeaderCache();
 
+  // Says that about `count` messages of the folder will be asked for: when that are many, what the disk remembers of
+  // them is read first.
+  void expect(const Path& folder, std::size_t count);
   // Reads the message's header unless it is known. Fails as the file system does.
   Result<CachedHeaders> get(const Path& folder, const MessageFile& file);
-  // Writes the folders whose entries have grown, dropping entries of messages that are not in `index`. Failing to
-  // write loses nothing.
+  // Writes what was learnt of the folder since, when that is much, without the messages that are not in `index` any
+  // more. Failing to write loses nothing but time.
   void save(const Path& folder, const FolderIndex& index);
 
  private:
   static constexpr std::size_t kFolders = 8;
+  static constexpr std::size_t kMany = 128;
 
+  // Entries are encoded one behind the other, and found by a 64-bit hash of the message's stable id: some 30 bytes a
+  // message beside its headers.
   struct FolderHeaders {
     std::string folder;
-    std::unordered_map<std::string, std::string> entries;  // stable id -> encoded entry
+    std::string entries;
+    std::unordered_map<std::uint64_t, std::size_t> offsets;
     std::size_t unsaved = 0;
+    bool loaded = false;
   };
 
   FolderHeaders& open(const Path& folder);

@@ -102,7 +102,6 @@ class MailClient {
 
   Result<std::pair<MailAccount, Folder>> mailboxNamed(std::string_view account, std::string_view path);
   Result<MessageRow> row(const MailAccount& account, const Folder& folder, const MessageFile& file);
-  Result<HeaderSummary> summary(const Folder& folder, const MessageFile& file);
   Result<std::size_t> selectKeys(std::vector<MessageKey> keys);
   // The keys of the front viewer's selection, as far as their messages are still there.
   Result<std::vector<MessageKey>> selectedKeys();

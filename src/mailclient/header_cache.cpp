@@ -1,0 +1,204 @@
+#include "mailclient/header_cache.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <optional>
+#include <utility>
+
+#include <fmt/format.h>
+
+#include "mailclient/message_name.h"
+
+namespace quillbox::mailclient {
+namespace {
+
+// The file: magic; checksum of everything behind it (8 bytes); length of the folder's path (4) and the path; then for
+// each message the hash of its id (8), the length of its entry (4) and the entry. Numbers are little endian.
+constexpr std::string_view kMagic = "QBHEAD01";
+constexpr std::uint64_t kLargest = 1ULL << 30;
+
+std::uint64_t hashOf(std::string_view bytes) {
+  std::uint64_t hash = 0xcbf29ce484222325ULL;  // FNV-1a
+  for (const char c : bytes) {
+    hash ^= static_cast<unsigned char>(c);
+    hash *= 0x100000001b3ULL;
+  }
+  return hash;
+}
+
+// As hashOf, eight bytes at a time.
+std::uint64_t checksumOf(std::string_view bytes) {
+  std::uint64_t sum = bytes.size();
+  while (bytes.size() >= 8) {
+    std::uint64_t word = 0;
+    std::memcpy(&word, bytes.data(), 8);
+    sum = (sum ^ word) * 0x9e3779b97f4a7c15ULL;
+    sum ^= sum >> 32;
+    bytes.remove_prefix(8);
+  }
+  return sum ^ hashOf(bytes);
+}
+
+template <class Number>
+void put(std::string& out, Number value) {
+  for (std::size_t i = 0; i < sizeof(Number); ++i) {
+    out += static_cast<char>(static_cast<std::uint64_t>(value) >> (8 * i) & 0xff);
+  }
+}
+
+void putText(std::string& out, std::string_view text) {
+  put(out, static_cast<std::uint32_t>(text.size()));
+  out += text;
+}
+
+class Input {
+ public:
+  explicit Input(std::string_view bytes) : bytes_(bytes) {}
+
+  template <class Number>
+  Number number() {
+    const auto part = take(sizeof(Number));
+    std::uint64_t value = 0;
+    for (std::size_t i = 0; i < part.size(); ++i) {
+      value |= static_cast<std::uint64_t>(static_cast<unsigned char>(part[i])) << (8 * i);
+    }
+    return static_cast<Number>(value);
+  }
+  std::string_view text() { return take(number<std::uint32_t>()); }
+  std::string_view take(std::size_t length) {
+    if (length > bytes_.size()) {
+      good_ = false;
+      bytes_ = {};
+      return {};
+    }
+    const auto part = bytes_.substr(0, length);
+    bytes_.remove_prefix(length);
+    return part;
+  }
+  bool good() const { return good_; }
+  bool atEnd() const { return bytes_.empty(); }
+  std::size_t left() const { return bytes_.size(); }
+
+ private:
+  std::string_view bytes_;
+  bool good_ = true;
+};
+
+std::string encode(const CachedHeaders& headers) {
+  std::string out;
+  put(out, headers.received);
+  put(out, headers.size);
+  put(out, static_cast<std::uint8_t>(headers.summary.sent ? 1 : 0));
+  put(out, headers.summary.sent.value_or(0));
+  putText(out, headers.summary.messageId);
+  putText(out, headers.summary.sender);
+  putText(out, headers.summary.subject);
+  return out;
+}
+
+std::optional<CachedHeaders> decode(std::string_view bytes) {
+  Input in(bytes);
+  CachedHeaders headers;
+  headers.received = in.number<std::int64_t>();
+  headers.size = in.number<std::uint64_t>();
+  const bool dated = in.number<std::uint8_t>() != 0;
+  const auto sent = in.number<std::int64_t>();
+  if (dated) headers.summary.sent = sent;
+  headers.summary.messageId = std::string(in.text());
+  headers.summary.sender = std::string(in.text());
+  headers.summary.subject = std::string(in.text());
+  if (!in.good()) return std::nullopt;
+  return headers;
+}
+
+}  // namespace
+
+Path HeaderCache::fileOf(std::string_view folder) const {
+  return environment_.directory / "cache" / fmt::format("{:016x}.headers", hashOf(folder));
+}
+
+HeaderCache::FolderHeaders& HeaderCache::open(const Path& folder) {
+  const auto place = std::ranges::find(folders_, folder.string(), &FolderHeaders::folder);
+  if (place != folders_.end()) {
+    folders_.splice(folders_.begin(), folders_, place);
+  } else {
+    folders_.push_front({folder.string(), {}, {}, 0, false});
+    if (folders_.size() > kFolders) folders_.pop_back();
+  }
+  return folders_.front();
+}
+
+void HeaderCache::load(FolderHeaders& headers) {
+  headers.loaded = true;
+  const auto bytes = environment_.files.read(fileOf(headers.folder), kLargest);
+  if (!bytes || !bytes->starts_with(kMagic)) return;
+  Input in(std::string_view(*bytes).substr(kMagic.size()));
+  const auto checksum = in.number<std::uint64_t>();
+  const auto rest = std::string_view(*bytes).substr(bytes->size() - in.left());
+  if (!in.good() || checksumOf(rest) != checksum || in.text() != headers.folder) return;
+  while (in.good() && !in.atEnd()) {
+    const auto id = in.number<std::uint64_t>();
+    const auto entry = in.text();
+    if (!in.good() || headers.offsets.contains(id)) continue;
+    headers.offsets.emplace(id, headers.entries.size());
+    putText(headers.entries, entry);
+  }
+}
+
+void HeaderCache::expect(const Path& folder, std::size_t count) {
+  auto& headers = open(folder);
+  if (count > kMany && !headers.loaded) load(headers);
+}
+
+Result<CachedHeaders> HeaderCache::get(const Path& folder, const MessageFile& file) {
+  auto& headers = open(folder);
+  const auto id = hashOf(stableId(file.name));
+  if (const auto known = headers.offsets.find(id); known != headers.offsets.end()) {
+    Input in(std::string_view(headers.entries).substr(known->second));
+    if (auto decoded = decode(in.text())) return *decoded;
+  }
+  const auto path = file.path(folder);
+  const auto info = environment_.files.info(path);
+  if (!info) return forward(info);
+  const auto block = readHeaderBlock(environment_.files, path);
+  if (!block) return forward(block);
+  CachedHeaders read;
+  read.summary = summarize(*block);
+  read.received = std::chrono::floor<std::chrono::seconds>(info->modified).count();
+  read.size = info->size;
+  headers.offsets[id] = headers.entries.size();
+  putText(headers.entries, encode(read));
+  ++headers.unsaved;
+  return read;
+}
+
+void HeaderCache::save(const Path& folder, const FolderIndex& index) {
+  auto& headers = open(folder);
+  if (headers.unsaved <= kMany) return;
+  // What the disk knows besides is kept.
+  if (!headers.loaded) load(headers);
+  std::string rest;
+  putText(rest, headers.folder);
+  for (const auto& file : index.files()) {
+    const auto id = hashOf(stableId(file.name));
+    const auto known = headers.offsets.find(id);
+    if (known == headers.offsets.end()) continue;
+    Input in(std::string_view(headers.entries).substr(known->second));
+    put(rest, id);
+    putText(rest, in.text());
+  }
+  std::string bytes(kMagic);
+  put(bytes, checksumOf(rest));
+  bytes += rest;
+  headers.unsaved = 0;
+  auto written = makeDirectories(environment_.files, environment_.directory / "cache", 0700);
+  if (written) {
+    written = writeAtomically(environment_.files, fileOf(headers.folder), bytes, 0600, environment_.token());
+  }
+  if (!written) {
+    environment_.log.debug(fmt::format("The header cache was not written: {}", written.error().message));
+  }
+}
+
+}  // namespace quillbox::mailclient
