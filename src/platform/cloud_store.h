@@ -16,7 +16,8 @@ namespace quillbox {
 
 using CloudValues = std::map<std::string, DefaultsValue, std::less<>>;
 
-// Main queue only. Machines see each other's values late, in any order, or never; the last writer of a key wins.
+// Main queue only. Machines see each other's values late, in any order, or never; the last writer of a key
+// wins.
 class CloudStore {
  public:
   // A longer key cannot be set.
@@ -28,9 +29,9 @@ class CloudStore {
   virtual bool isAvailable() const = 0;
   // Everything that is there now. Never fails: what cannot be read, or is not yet whole, is absent.
   virtual CloudValues readAll() = 0;
-  // Fails with EINVAL on an empty key, ENAMETOOLONG beyond kLongestKey, EFBIG when the value is larger than the
-  // store takes, and with the errno of the step that failed where values are files. On an error the old value
-  // stands.
+  // Fails with EINVAL on an empty key, ENAMETOOLONG beyond kLongestKey, EFBIG when the value is larger than
+  // the store takes, and with the errno of the step that failed where values are files. On an error the old
+  // value stands.
   virtual Result<void> set(std::string_view key, const DefaultsValue& value) = 0;
   // Hands on what was set and takes up what has come; a store that does both by itself may do nothing.
   virtual void synchronize() = 0;

@@ -15,8 +15,8 @@ namespace quillbox {
 // Main queue only. Everything handed in outlives it; destroying it ends all observation.
 class CloudDefaultsSync {
  public:
-  // `except`: keys that are not mirrored though they begin with the prefix, because someone else keeps them in
-  // the cloud store (the legacy list of the favourites).
+  // `except`: keys that are not mirrored though they begin with the prefix, because someone else keeps them
+  // in the cloud store (the legacy list of the favourites).
   CloudDefaultsSync(UserDefaults& defaults, CloudStore& cloud, NotificationCenter& notifications, Log& log,
                     std::set<std::string, std::less<>> except = {});
 
@@ -24,7 +24,8 @@ class CloudDefaultsSync {
   void startWithPrefix(std::string prefix);
   // Every stored default of the prefix into the cloud store.
   void updateToiCloud();
-  // Every cloud value of the prefix into the defaults, without echo; posts cloudDefaultsSyncDidUpdateToLatest.
+  // Every cloud value of the prefix into the defaults, without echo; posts
+  // cloudDefaultsSyncDidUpdateToLatest.
   void updateFromiCloud();
 
  private:

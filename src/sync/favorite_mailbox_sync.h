@@ -2,6 +2,7 @@
 // list that it works on.
 #pragma once
 
+#include <deque>
 #include <functional>
 #include <optional>
 #include <vector>
@@ -43,12 +44,12 @@ class FavoriteMailboxSync {
 
   // Follows the cloud store from now on and makes the first step.
   void start();
-  // The sync step: on start, when "enableFavoritesSync" changed, and when the cloud store changed. With sync on:
-  // load, merge, save, and store the visible list when it differs from the stored one. In any case the list is
-  // reloaded and iCloudSyncDidUpdateToLatest posted.
+  // The sync step: on start, when "enableFavoritesSync" changed, and when the cloud store changed. With sync
+  // on: load, merge, save, and store the visible list when it differs from the stored one. In any case the
+  // list is reloaded and iCloudSyncDidUpdateToLatest posted.
   void sync();
-  // The user changed the list from `previousList` to `newList`, which is stored already: records it when sync is
-  // on, then makes the sync step.
+  // The user changed the list from `previousList` to `newList`, which is stored already: records it when sync
+  // is on, then makes the sync step.
   void localListChanged(const std::vector<Mailbox>& newList, const std::vector<Mailbox>& previousList);
 
  private:
@@ -57,7 +58,9 @@ class FavoriteMailboxSync {
     std::vector<Mailbox> previousList;
   };
 
+  void run(std::optional<Edit> edit);
   void step(const std::optional<Edit>& edit);
+  void mergeAndSave(const std::optional<Edit>& edit);
 
   Ports ports_;
   std::function<bool()> isEnabled_;
@@ -65,6 +68,8 @@ class FavoriteMailboxSync {
   HostFavoriteMailboxCloudStore cloud_;
   std::optional<FavoriteMailboxSyncStore> store_;
   bool wasSyncEnabled_ = false;
+  bool isRunning_ = false;
+  std::deque<std::optional<Edit>> waiting_;
   Subscription cloudChanges_;
 };
 

@@ -1,16 +1,14 @@
-// The favourites as every machine of a user replicates them: a set with tombstones and an order, in which each
-// change carries a revision. Two states merge to the same result in any order and any number of times, so that
-// machines which never meet still agree. The format and the laws stand in docs/SYNC.md.
+// The favourites as every machine of a user replicates them: a set with tombstones and an order, in which
+// each change carries a revision. Two states merge to the same result in any order and any number of times,
+// so that machines which never meet still agree. The format and the laws stand in docs/SYNC.md.
 #pragma once
 
 #include <compare>
 #include <cstdint>
 #include <map>
 #include <string>
-#include <string_view>
 #include <vector>
 
-#include "base/result.h"
 #include "model/mailbox.h"
 
 namespace quillbox {
@@ -46,8 +44,8 @@ struct FavoriteMailboxSyncState {
 
   // A local edit: the list was `previousList`, now it is `newList` (display order), `writer` is this machine.
   // All changes of one edit get one revision, later than everything in the state and than `seenCounter` (the
-  // largest counter this machine knows from elsewhere). What did not change keeps its revision. A counter that
-  // would overflow is fatal.
+  // largest counter this machine knows from elsewhere). What did not change keeps its revision. A counter
+  // that would overflow is fatal.
   void recordEdit(const std::vector<Mailbox>& newList, const std::vector<Mailbox>& previousList,
                   const std::string& writer, std::int64_t seenCounter = 0);
 
@@ -64,13 +62,5 @@ struct FavoriteMailboxSyncState {
   // under its mailbox's own id.
   bool isValid() const;
 };
-
-// Compact JSON with sorted keys: equal states give equal bytes.
-std::string encodeSyncState(const FavoriteMailboxSyncState& state);
-
-// Whole or not at all; says nothing about isValid(). Fails with error_number::damagedFile and a sentence that
-// names the first thing that is wrong. Unknown members are passed over. Takes time and memory in proportion to
-// `json`, whatever it holds.
-Result<FavoriteMailboxSyncState> decodeSyncState(std::string_view json);
 
 }  // namespace quillbox

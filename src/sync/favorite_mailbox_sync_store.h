@@ -1,9 +1,11 @@
-// Keeps the replicated favourites in two places: the user defaults of this machine, and the cloud store, where
-// each machine writes only its own key and reads everyone's.
+// Keeps the replicated favourites in two places: the user defaults of this machine, and the cloud store,
+// where each machine writes only its own key and reads everyone's.
 #pragma once
 
 #include <functional>
+#include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -43,8 +45,8 @@ class HostFavoriteMailboxCloudStore final : public FavoriteMailboxCloudStore {
 // Keeps two processes of one profile from interleaving a step; an empty function where only one can run.
 using SyncLock = std::function<Result<std::unique_ptr<FileLock>>()>;
 
-// Main queue only. Nothing here fails towards the caller: states that do not decode or are not valid are passed
-// over, writes that fail are tried again by the next save; the log says what happened.
+// Main queue only. Nothing here fails towards the caller: states that do not decode or are not valid are
+// passed over, writes that fail are tried again by the next save; the log says what happened.
 class FavoriteMailboxSyncStore {
  public:
   // User defaults.
@@ -54,7 +56,8 @@ class FavoriteMailboxSyncStore {
   static constexpr std::string_view kChangesPrefix = "favoriteMailboxChangesV2.";
   static constexpr std::string_view kLegacyKey = "syncFavoriteMailboxes";
 
-  // Takes over, or makes and keeps, the writer id; takes over the stored state. All references outlive the store.
+  // Takes over, or makes and keeps, the writer id; takes over the stored state. All references outlive the
+  // store.
   FavoriteMailboxSyncStore(UserDefaults& defaults, FavoriteMailboxCloudStore& cloud, RandomSource& random,
                            Log& log);
 
@@ -70,15 +73,21 @@ class FavoriteMailboxSyncStore {
   void save();
 
  private:
-  void takeOverStoredState();
-  FavoriteMailboxSyncState storedState() const;
-  void write(std::string_view cloudKey, const CloudValues& there, std::string bytes);
+  std::optional<FavoriteMailboxSyncState> newState(std::string_view key, const std::string& bytes);
+  std::optional<FavoriteMailboxSyncState> newStoredState();
+  bool setInCloud(const CloudValues& there, const std::string& key, const std::string& bytes);
 
   UserDefaults& defaults_;
   FavoriteMailboxCloudStore& cloud_;
   Log& log_;
   std::string writer_;
+  // Without a lasting id every run would leave one more state in the cloud store.
+  bool writerIsKept_ = true;
   FavoriteMailboxSyncState state_;
+  // The bytes last looked at under each key, and those last saved: what a state once took over it keeps, so
+  // that looking at them again can bring nothing new.
+  std::map<std::string, std::string, std::less<>> seen_;
+  std::string saved_;
 };
 
 }  // namespace quillbox

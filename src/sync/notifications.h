@@ -8,6 +8,7 @@ namespace quillbox {
 // The favourites list is at its latest, whether it changed or not.
 inline constexpr NotificationName<NoObject> iCloudSyncDidUpdateToLatest{"iCloudSyncDidUpdateToLatest"};
 // The mirrored settings were taken over from the cloud store.
-inline constexpr NotificationName<NoObject> cloudDefaultsSyncDidUpdateToLatest{"CloudDefaultsSyncDidUpdateToLatest"};
+inline constexpr NotificationName<NoObject> cloudDefaultsSyncDidUpdateToLatest{
+    "CloudDefaultsSyncDidUpdateToLatest"};
 
 }  // namespace quillbox
