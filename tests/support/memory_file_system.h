@@ -26,9 +26,9 @@ class MemoryFileSystem final : public FileSystem {
   explicit MemoryFileSystem(const Clock* clock = nullptr);
   ~MemoryFileSystem() override;
 
-  Result<std::string> read(const Path& path, std::uint64_t limit) override;
+  Result<std::string> read(const Path& path, std::uint64_t limit = UINT64_MAX) override;
   Result<std::string> readRange(const Path& path, std::uint64_t offset, std::uint64_t length) override;
-  Result<FileInfo> info(const Path& path, FollowLinks follow) override;
+  Result<FileInfo> info(const Path& path, FollowLinks follow = FollowLinks::yes) override;
   Result<void> list(const Path& directory,
                     const std::function<bool(std::string_view name, FileKind kind)>& each) override;
   Result<Path> readLink(const Path& path) override;
