@@ -2,8 +2,6 @@
 
 #include <utility>
 
-#include "sync/notifications.h"
-
 namespace quillbox {
 
 CloudDefaultsSync::CloudDefaultsSync(UserDefaults& defaults, CloudStore& cloud,
@@ -49,7 +47,7 @@ void CloudDefaultsSync::updateFromiCloud() {
   }
   defaults_.synchronize();
   followDefaults();
-  notifications_.post(cloudDefaultsSyncDidUpdateToLatest);
+  notifications_.post(notification::cloudDefaultsSyncDidUpdateToLatest);
 }
 
 }  // namespace quillbox

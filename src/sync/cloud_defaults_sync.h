@@ -3,6 +3,7 @@
 
 #include <set>
 #include <string>
+#include <string_view>
 
 #include "base/observable.h"
 #include "platform/cloud_store.h"
@@ -11,6 +12,12 @@
 #include "platform/user_defaults.h"
 
 namespace quillbox {
+
+namespace notification {
+// The mirrored settings were taken over from the cloud store.
+inline constexpr NotificationName<NoObject> cloudDefaultsSyncDidUpdateToLatest{
+    "CloudDefaultsSyncDidUpdateToLatest"};
+}  // namespace notification
 
 // Main queue only. Everything handed in outlives it; destroying it ends all observation.
 class CloudDefaultsSync {

@@ -2,57 +2,14 @@
 
 #include <utility>
 
-#include "sync/notifications.h"
-
 namespace quillbox {
 
-FavoriteMailboxSync::FavoriteMailboxSync(Ports ports, std::function<bool()> isEnabled,
-                                         SyncedFavoriteList& list)
-    : ports_(std::move(ports)), isEnabled_(std::move(isEnabled)), list_(list), cloud_(ports_.cloud) {}
+FavoriteMailboxSync::FavoriteMailboxSync(Ports ports) : ports_(std::move(ports)), cloud_(ports_.cloud) {}
 
-void FavoriteMailboxSync::start() {
-  if (ports_.cloud.isAvailable()) cloudChanges_ = ports_.cloud.observe([this] { sync(); });
-  sync();
-}
-
-void FavoriteMailboxSync::sync() {
-  run(std::nullopt);
-}
-
-void FavoriteMailboxSync::localListChanged(const std::vector<Mailbox>& newList,
-                                           const std::vector<Mailbox>& previousList) {
-  run(Edit{newList, previousList});
-}
-
-// An observer of the list or of the settings may ask for a step while one runs; it gets its own afterwards.
-void FavoriteMailboxSync::run(std::optional<Edit> edit) {
-  // A step without an edit that already waits serves this one too.
-  if (!edit && !waiting_.empty() && !waiting_.back()) return;
-  waiting_.push_back(std::move(edit));
-  if (isRunning_) return;
-  isRunning_ = true;
-  while (!waiting_.empty()) {
-    const auto next = std::move(waiting_.front());
-    waiting_.pop_front();
-    step(next);
-  }
-  isRunning_ = false;
-}
-
-void FavoriteMailboxSync::step(const std::optional<Edit>& edit) {
-  if (isEnabled_()) {
-    mergeAndSave(edit);
-  } else {
-    wasSyncEnabled_ = false;
-  }
-  list_.reloadFavorites();
-  ports_.notifications.post(iCloudSyncDidUpdateToLatest);
-}
-
-void FavoriteMailboxSync::mergeAndSave(const std::optional<Edit>& edit) {
+std::unique_ptr<FileLock> FavoriteMailboxSync::begin() {
   std::unique_ptr<FileLock> lock;
   if (ports_.lock) {
-    // Without the lock the step still loses nothing of this process, so it is made all the same.
+    // Without the lock this process still loses nothing of its own, so the step is made all the same.
     if (auto taken = ports_.lock()) {
       lock = *std::move(taken);
     } else {
@@ -60,18 +17,24 @@ void FavoriteMailboxSync::mergeAndSave(const std::optional<Edit>& edit) {
     }
   }
   ports_.defaults.synchronize();
-  if (!wasSyncEnabled_) {
-    wasSyncEnabled_ = true;
-    store_.reset();  // another process may have synced meanwhile
-  }
   if (!store_) store_.emplace(ports_.defaults, cloud_, ports_.random, ports_.log);
-  if (edit) store_->recordLocalEdit(edit->newList, edit->previousList);
+  return lock;
+}
+
+void FavoriteMailboxSync::recordLocalEdit(const std::vector<Mailbox>& favorites,
+                                          const std::vector<Mailbox>& previous) {
+  const auto lock = begin();
+  store_->recordLocalEdit(favorites, previous);
+  // Before the lock is given up: another process must find this counter used.
+  store_->saveLocally();
+}
+
+std::vector<Mailbox> FavoriteMailboxSync::loadMergeAndSave(const std::vector<Mailbox>& favorites) {
+  const auto lock = begin();
   cloud_.synchronize();
-  const auto stored = list_.storedFavorites();
-  store_->loadAndMerge(stored);
+  store_->loadAndMerge(favorites);
   store_->save();
-  const auto visible = store_->visibleList();
-  if (encodeMailboxes(visible) != encodeMailboxes(stored)) list_.storeFavorites(visible);
+  return store_->visibleList();
 }
 
 }  // namespace quillbox

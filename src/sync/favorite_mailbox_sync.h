@@ -1,76 +1,52 @@
-// The sync step of the favourites: when it runs and what it tells. FavoriteMailboxManager owns one and is the
-// list that it works on.
+// The favourites' side of the sync step: everything between "the user changed the list" and "this is the list
+// to show", safe against another process of the same profile. FavoriteMailboxManager decides when a step is
+// due.
 #pragma once
 
-#include <deque>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <vector>
 
-#include "base/observable.h"
+#include "base/result.h"
 #include "model/mailbox.h"
-#include "platform/notification_center.h"
+#include "platform/cloud_store.h"
+#include "platform/file_system.h"
 #include "sync/favorite_mailbox_sync_store.h"
 
 namespace quillbox {
 
-// What the sync step needs of the favourites manager. Main queue only.
-class SyncedFavoriteList {
- public:
-  virtual ~SyncedFavoriteList() = default;
-  // What the setting "favoriteMailboxes" holds.
-  virtual std::vector<Mailbox> storedFavorites() const = 0;
-  // Stores a list that sync made. Must not come back as localListChanged().
-  virtual void storeFavorites(const std::vector<Mailbox>& list) = 0;
-  // Loads the list from its setting and tells its observers.
-  virtual void reloadFavorites() = 0;
-};
-
-// Main queue only.
+// Main queue only. Nothing fails towards the caller (see FavoriteMailboxSyncStore).
 class FavoriteMailboxSync {
  public:
+  // Taken for each call, so that two processes of one profile do not interleave; empty where only one can
+  // run.
+  using Lock = std::function<Result<std::unique_ptr<FileLock>>()>;
+
   // Everything outlives this object.
   struct Ports {
     UserDefaults& defaults;
     CloudStore& cloud;
     RandomSource& random;
-    NotificationCenter& notifications;
     Log& log;
-    SyncLock lock;
+    Lock lock;
   };
 
-  // `isEnabled` answers the setting "enableFavoritesSync" as it is now.
-  FavoriteMailboxSync(Ports ports, std::function<bool()> isEnabled, SyncedFavoriteList& list);
+  // Touches nothing before the first call.
+  explicit FavoriteMailboxSync(Ports ports);
 
-  // Follows the cloud store from now on and makes the first step.
-  void start();
-  // The sync step: on start, when "enableFavoritesSync" changed, and when the cloud store changed. With sync
-  // on: load, merge, save, and store the visible list when it differs from the stored one. In any case the
-  // list is reloaded and iCloudSyncDidUpdateToLatest posted.
-  void sync();
-  // The user changed the list from `previousList` to `newList`, which is stored already: records it when sync
-  // is on, then makes the sync step.
-  void localListChanged(const std::vector<Mailbox>& newList, const std::vector<Mailbox>& previousList);
+  // The user changed the list from `previous` to `favorites`. Kept on this machine at once; the other
+  // machines hear of it by loadMergeAndSave(), which has to follow.
+  void recordLocalEdit(const std::vector<Mailbox>& favorites, const std::vector<Mailbox>& previous);
+  // Merges `favorites` with what all machines have written, writes the result, and returns the list to show.
+  std::vector<Mailbox> loadMergeAndSave(const std::vector<Mailbox>& favorites);
 
  private:
-  struct Edit {
-    std::vector<Mailbox> newList;
-    std::vector<Mailbox> previousList;
-  };
-
-  void run(std::optional<Edit> edit);
-  void step(const std::optional<Edit>& edit);
-  void mergeAndSave(const std::optional<Edit>& edit);
+  std::unique_ptr<FileLock> begin();
 
   Ports ports_;
-  std::function<bool()> isEnabled_;
-  SyncedFavoriteList& list_;
   HostFavoriteMailboxCloudStore cloud_;
   std::optional<FavoriteMailboxSyncStore> store_;
-  bool wasSyncEnabled_ = false;
-  bool isRunning_ = false;
-  std::deque<std::optional<Edit>> waiting_;
-  Subscription cloudChanges_;
 };
 
 }  // namespace quillbox

@@ -99,12 +99,16 @@ void FavoriteMailboxSyncStore::loadAndMerge(const std::vector<Mailbox>& localLis
   }
 }
 
-void FavoriteMailboxSyncStore::save() {
+void FavoriteMailboxSyncStore::saveLocally() {
   saved_ = encodeSyncState(state_);
   if (const auto stored = defaults_.stored(kStateKey); !stored || *stored != DefaultsValue(Data{saved_})) {
     if (const auto kept = defaults_.set(kStateKey, Data{saved_}); !kept)
       log_.error("Can’t store the state of the synced favourites: " + kept.error().message);
   }
+}
+
+void FavoriteMailboxSyncStore::save() {
+  saveLocally();
   if (!writerIsKept_) return;
 
   const CloudValues values = cloud_.readAll();

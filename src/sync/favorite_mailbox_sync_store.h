@@ -2,9 +2,7 @@
 // where each machine writes only its own key and reads everyone's.
 #pragma once
 
-#include <functional>
 #include <map>
-#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -14,7 +12,6 @@
 #include "model/mailbox.h"
 #include "platform/clock.h"
 #include "platform/cloud_store.h"
-#include "platform/file_system.h"
 #include "platform/log.h"
 #include "platform/user_defaults.h"
 #include "sync/favorite_mailbox_sync_state.h"
@@ -42,9 +39,6 @@ class HostFavoriteMailboxCloudStore final : public FavoriteMailboxCloudStore {
   CloudStore& store_;
 };
 
-// Keeps two processes of one profile from interleaving a step; an empty function where only one can run.
-using SyncLock = std::function<Result<std::unique_ptr<FileLock>>()>;
-
 // Main queue only. Nothing here fails towards the caller: states that do not decode or are not valid are
 // passed over, writes that fail are tried again by the next save; the log says what happened.
 class FavoriteMailboxSyncStore {
@@ -71,6 +65,8 @@ class FavoriteMailboxSyncStore {
   void loadAndMerge(const std::vector<Mailbox>& localList);
   // Writes what differs from what is there; an unchanged state writes nothing.
   void save();
+  // The part of save() that stays on this machine.
+  void saveLocally();
 
  private:
   std::optional<FavoriteMailboxSyncState> newState(std::string_view key, const std::string& bytes);

@@ -4,7 +4,6 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <map>
 #include <mutex>
 #include <set>
@@ -15,6 +14,9 @@
 #include <sys/eventfd.h>
 #include <sys/inotify.h>
 #include <unistd.h>
+
+#include "host/linux/file_descriptor.h"
+#include "host/linux/system_error.h"
 
 namespace quillbox {
 namespace {
@@ -34,16 +36,10 @@ class InotifyDirectoryWatcher::Watches : public std::enable_shared_from_this<Wat
  public:
   explicit Watches(Dispatch& dispatch)
       : dispatch_(dispatch),
-        inotify_(inotify_init1(IN_CLOEXEC | IN_NONBLOCK)),
-        wake_(eventfd(0, EFD_CLOEXEC)) {
-    if (inotify_ < 0 || wake_ < 0) failure_ = errno;
+        inotify_(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK)),
+        wake_(::eventfd(0, EFD_CLOEXEC)) {
+    if (!inotify_ || !wake_) failure_ = errno;
   }
-  ~Watches() {
-    if (inotify_ >= 0) ::close(inotify_);
-    if (wake_ >= 0) ::close(wake_);
-  }
-  Watches(const Watches&) = delete;
-  Watches& operator=(const Watches&) = delete;
 
   bool isUsable() const { return failure_ == 0; }
 
@@ -59,9 +55,9 @@ class InotifyDirectoryWatcher::Watches : public std::enable_shared_from_this<Wat
     }
     if (number == 0) return id;
     watches_.erase(id);
-    return fail(number,
-                fmt::format("Can’t watch the folder {}: {}{}", directory.string(), std::strerror(number),
-                            number == ENOSPC ? " (the user’s limit of inotify watches is used up)" : ""));
+    if (number != ENOSPC) return systemFailure("watch", directory, number);
+    return fail(number, fmt::format("Can’t watch {}: the user’s limit of inotify watches is used up",
+                                    shownPath(directory)));
   }
 
   void remove(std::uint64_t id) {
@@ -74,13 +70,12 @@ class InotifyDirectoryWatcher::Watches : public std::enable_shared_from_this<Wat
 
   void stop() {
     const std::uint64_t one = 1;
-    while (::write(wake_, &one, sizeof one) < 0 && errno == EINTR) {
-    }
+    (void)retrying([&] { return ::write(wake_.get(), &one, sizeof one); });
   }
 
   // The reading thread; returns after stop().
   void readUntilStopped() {
-    std::array<pollfd, 2> waits{pollfd{inotify_, POLLIN, 0}, pollfd{wake_, POLLIN, 0}};
+    std::array<pollfd, 2> waits{pollfd{inotify_.get(), POLLIN, 0}, pollfd{wake_.get(), POLLIN, 0}};
     while (true) {
       if (::poll(waits.data(), waits.size(), -1) < 0 && errno != EINTR) return;
       if ((waits[1].revents & POLLIN) != 0) return;
@@ -97,8 +92,8 @@ class InotifyDirectoryWatcher::Watches : public std::enable_shared_from_this<Wat
     bool isPending = false;  // a call is on its way to the main queue
   };
 
-  int add(const Path& directory, int& number) const {
-    const int descriptor = ::inotify_add_watch(inotify_, directory.c_str(), kMask);
+  int askKernel(const Path& directory, int& number) const {
+    const int descriptor = ::inotify_add_watch(inotify_.get(), directory.c_str(), kMask);
     number = descriptor < 0 ? errno : 0;
     return descriptor;
   }
@@ -110,13 +105,13 @@ class InotifyDirectoryWatcher::Watches : public std::enable_shared_from_this<Wat
       Path place = watch.directory;
       Path missing;
       int number = 0;
-      int descriptor = add(place, number);
+      int descriptor = askKernel(place, number);
       while (descriptor < 0 && isMissing(number)) {
         missing = place;
         place = missing.has_parent_path() ? missing.parent_path() : Path(".");
         if (place == missing) return number;
         watch.isWaiting = true;
-        descriptor = add(place, number);
+        descriptor = askKernel(place, number);
       }
       if (descriptor < 0) return number;
       watch.descriptor = descriptor;
@@ -133,7 +128,7 @@ class InotifyDirectoryWatcher::Watches : public std::enable_shared_from_this<Wat
     if (users != byDescriptor_.end()) {
       users->second.erase(id);
       if (users->second.empty()) {
-        (void)::inotify_rm_watch(inotify_, watch.descriptor);
+        (void)::inotify_rm_watch(inotify_.get(), watch.descriptor);
         byDescriptor_.erase(users);
       }
     }
@@ -144,8 +139,7 @@ class InotifyDirectoryWatcher::Watches : public std::enable_shared_from_this<Wat
     alignas(inotify_event) std::array<char, 16384> buffer;
     const std::lock_guard lock(mutex_);
     while (true) {
-      const auto size = ::read(inotify_, buffer.data(), buffer.size());
-      if (size < 0 && errno == EINTR) continue;
+      const auto size = retrying([&] { return ::read(inotify_.get(), buffer.data(), buffer.size()); });
       if (size <= 0) return;
       for (std::size_t at = 0; at < static_cast<std::size_t>(size);) {
         const auto* event = reinterpret_cast<const inotify_event*>(buffer.data() + at);
@@ -203,8 +197,8 @@ class InotifyDirectoryWatcher::Watches : public std::enable_shared_from_this<Wat
   }
 
   Dispatch& dispatch_;
-  const int inotify_;
-  const int wake_;
+  const FileDescriptor inotify_;
+  const FileDescriptor wake_;
   int failure_ = 0;
   std::mutex mutex_;
   std::uint64_t next_ = 1;
