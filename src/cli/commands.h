@@ -5,6 +5,15 @@
 
 namespace quillbox::cli {
 
+void defineMail(CLI::App& app, Choice& choice);
+void defineAccounts(CLI::App& app, Choice& choice);
+void defineMailboxes(CLI::App& app, Choice& choice);
+void defineMessages(CLI::App& app, Choice& choice);
+void defineSelect(CLI::App& app, Choice& choice);
+void defineSelection(CLI::App& app, Choice& choice);
+void defineFile(CLI::App& app, Choice& choice);
+void defineUndo(CLI::App& app, Choice& choice);
+void defineSettings(CLI::App& app, Choice& choice);
 void defineRun(CLI::App& app, Choice& choice);
 
 }  // namespace quillbox::cli

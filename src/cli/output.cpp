@@ -1,6 +1,8 @@
 #include "cli/output.h"
 
 #include <algorithm>
+#include <charconv>
+#include <cstdint>
 #include <variant>
 
 #include <unicode/uchar.h>
@@ -34,6 +36,12 @@ Json jsonOf(const Descriptor& value) {
   if (value.isText()) return value.textValue().value_or("");
   if (value.type() == fourCC("true") || value.type() == fourCC("fals")) return value.booleanValue() == true;
   if (value.type() == fourCC("long")) return value.int32Value().value_or(0);
+  if (value.type() == fourCC("comp") || value.type() == fourCC("magn") || value.type() == fourCC("ucom")) {
+    const std::string digits = value.textValue().value_or("0");
+    std::int64_t number = 0;
+    std::from_chars(digits.data(), digits.data() + digits.size(), number);
+    return number;
+  }
   if (const auto real = value.realValue()) return *real;
   return value.textValue().value_or("");
 }

@@ -19,6 +19,16 @@ void defineBatch(CLI::App& app, Choice& choice) {
 }
 
 constexpr std::array kGroups{
+    CommandGroup{"mail", "The accounts of the mail client: add, list, remove.", defineMail},
+    CommandGroup{"accounts", "The enabled accounts, as the mail client tells of them.", defineAccounts},
+    CommandGroup{"mailboxes", "The mailboxes in display order, all or those that a query finds.",
+                 defineMailboxes},
+    CommandGroup{"messages", "The messages of a mailbox, newest first.", defineMessages},
+    CommandGroup{"select", "Select messages in the mail client.", defineSelect},
+    CommandGroup{"selection", "The messages that are selected in the mail client.", defineSelection},
+    CommandGroup{"file", "File the selected messages into a mailbox.", defineFile},
+    CommandGroup{"undo", "Take the last filing back.", defineUndo},
+    CommandGroup{"settings", "Read and change settings.", defineSettings},
     CommandGroup{"run", "Run an AppleScript against the mail client and Quillbox.", defineRun},
     CommandGroup{
         "batch",

@@ -2,7 +2,10 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "automation/account_manager.h"
@@ -11,12 +14,17 @@
 #include "automation/notifications.h"
 #include "base/result.h"
 #include "cli/command.h"
+#include "cli/mailbox_rows.h"
+#include "filing/filing_pipeline.h"
+#include "filing/gmail_filing_mode_manager.h"
+#include "mailclient/mail_client.h"
 #include "platform/dispatch.h"
 #include "platform/file_system.h"
 #include "platform/localizer.h"
 #include "platform/log.h"
 #include "platform/notification_center.h"
 #include "platform/script_engine.h"
+#include "settings/user_settings.h"
 
 namespace quillbox::cli {
 
@@ -28,9 +36,16 @@ struct Services {
   const Localizer& localizer;
   Log& log;
   FileSystem& files;
+  ScriptStatus& status;
   AppleScriptHelper& helper;
   AccountManager& accounts;
   MailboxRetrieval& retrieval;
+  UserSettings& settings;
+  FilingPipeline& filing;
+  GmailFilingModeManager& gmailModes;
+  mailclient::MailClient& mail;
+  // Against which relative paths on the command line are read.
+  Path currentDirectory;
   // The whole of standard input, as bytes.
   std::function<std::string()> readStandardInput;
 };
@@ -38,7 +53,7 @@ struct Services {
 // Main queue only.
 class Session {
  public:
-  explicit Session(const Services& services) : services_(services) {}
+  explicit Session(const Services& services) : services_(services), search_(services.settings) {}
 
   const Services& services() const { return services_; }
 
@@ -47,8 +62,31 @@ class Session {
     return std::unexpected(error.toError(services_.localizer));
   }
 
+  // Hands over the mailbox list of the mail client: fetched by the retrieval script at the first call, then
+  // kept.
+  void withMailboxes(std::function<void(Result<MailboxList>)> use);
+  // The list changed; the next withMailboxes() fetches it again.
+  void forgetMailboxes() { fetched_ = false; }
+
+  // The mailbox with this id out of the mail client's list; error mailboxNotFound names it.
+  void withMailbox(const std::string& id, std::function<void(Result<Mailbox>)> use);
+
+  // What the main window's list shows for the query.
+  void withRows(const std::string& query, std::function<void(Result<MailboxFilterResult>)> use);
+  // The first row; error nothingMatches when there is none.
+  void withFirstRow(const std::string& query, std::function<void(Result<Mailbox>)> use);
+
+  // Account and path of a mailbox id, for the mail client's own commands: the longest account name that fits.
+  // Fails with accountNotFound.
+  Result<std::pair<std::string, std::string>> accountAndPath(std::string_view mailboxId) const;
+
  private:
   Services services_;
+  MailboxSearch search_;
+  bool fetched_ = false;
 };
+
+// A text that names something must be UTF-8: fails with textNotUtf8, saying what it is.
+Result<void> requireUtf8(std::string_view what, std::string_view text);
 
 }  // namespace quillbox::cli
