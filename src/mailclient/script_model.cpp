@@ -1,0 +1,325 @@
+#include "mailclient/script_model.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <utility>
+
+#include <fmt/format.h>
+
+#include "base/error_numbers.h"
+#include "base/text.h"
+
+namespace quillbox::mailclient {
+namespace {
+
+namespace as = applescript;
+
+constexpr std::int32_t kNumbers = 536'870'911;  // numbers are 1 to this
+constexpr std::uint64_t kLargestMessage = 1ULL << 30;
+
+template <class T>
+std::unexpected<as::Failure> asFailure(const Result<T>& result) {
+  return scriptFailure(result.error());
+}
+
+struct Purpose {
+  Code code;
+  std::array<std::string_view, 4> names;  // folded
+};
+constexpr std::array<Purpose, 5> kPurposes = {{
+    {code("inmb"), {"inbox", "", "", ""}},
+    {code("drmb"), {"drafts", "draft", "[gmail]/drafts", ""}},
+    {code("stmb"), {"sent", "sent messages", "sent items", "[gmail]/sent mail"}},
+    {code("trmb"), {"trash", "deleted messages", "deleted items", "[gmail]/trash"}},
+    {code("jkmb"), {"junk", "spam", "junk e-mail", "[gmail]/spam"}},
+}};
+
+bool isMissingObject(std::int64_t number) {
+  return number == error_number::messageNotFound || number == error_number::mailboxNotFound ||
+         number == error_number::accountNotFound || number == ENOENT;
+}
+
+}  // namespace
+
+std::unexpected<as::Failure> scriptFailure(const Error& error) {
+  if (isMissingObject(error.number)) return as::failure(as::error::noSuchObject);
+  return as::failure(error.number > 0 ? as::error::handlerFailed : error.number, error.message);
+}
+
+std::unexpected<as::Failure> changeFailure(const Error& error) {
+  if (isMissingObject(error.number)) return as::failure(as::error::noSuchObject, error.message);
+  return scriptFailure(error);
+}
+
+// ---- references ----
+
+Value MailModel::accountSpecifier(std::string_view account) const {
+  return as::element::identified(Value::application(application_), code("mact"), Value::text(std::string(account)));
+}
+
+Value MailModel::specifier(const MailboxKey& key) const {
+  auto container =
+      key.account == localAccountName ? Value::application(application_) : accountSpecifier(key.account);
+  return as::element::named(std::move(container), code("mbxp"), key.path);
+}
+
+Value MailModel::specifier(const MessageKey& key) {
+  return as::element::identified(specifier(key.mailbox), code("mssg"), Value::integer(numberOf(key.id)));
+}
+
+std::int32_t MailModel::numberOf(std::string_view id) {
+  auto number = scriptId(id);
+  while (true) {
+    const auto [place, isNew] = numbers_.try_emplace(number, id);
+    if (isNew || place->second == id) return number;
+    number = number % kNumbers + 1;
+  }
+}
+
+// ---- messages ----
+
+MessageKey MailModel::current(MessageKey key) const {
+  for (auto place = moved_.find(key); place != moved_.end(); place = moved_.find(key)) key = place->second;
+  return key;
+}
+
+Outcome<std::vector<MessageKey>> MailModel::messages(const MailboxKey& mailbox) {
+  const auto folder = store().mailbox(mailbox);
+  if (!folder) return asFailure(folder);
+  const auto index = store().messages(*folder);
+  if (!index) return asFailure(index);
+  std::vector<MessageKey> keys;
+  keys.reserve((*index)->files().size());
+  for (const auto& file : (*index)->files()) keys.push_back({mailbox, stableId(file.name)});
+  return keys;
+}
+
+Outcome<std::size_t> MailModel::messageCount(const MailboxKey& mailbox) {
+  const auto folder = store().mailbox(mailbox);
+  if (!folder) return asFailure(folder);
+  const auto index = store().messages(*folder);
+  if (!index) return asFailure(index);
+  return (*index)->files().size();
+}
+
+Outcome<std::size_t> MailModel::unreadCount(const MailboxKey& mailbox) {
+  const auto folder = store().mailbox(mailbox);
+  if (!folder) return asFailure(folder);
+  const auto index = store().messages(*folder);
+  if (!index) return asFailure(index);
+  return static_cast<std::size_t>(std::ranges::count_if((*index)->files(), [](const MessageFile& file) {
+    const auto name = MessageName::parse(file.name);
+    return !name.has(flag::seen) && !name.has(flag::trashed);
+  }));
+}
+
+Outcome<std::optional<MessageKey>> MailModel::messageNumbered(const MailboxKey& mailbox, std::int64_t number) {
+  if (number < 1 || number > kNumbers) return std::nullopt;
+  if (const auto known = numbers_.find(static_cast<std::int32_t>(number)); known != numbers_.end()) {
+    const auto key = current({mailbox, known->second});
+    const auto located = store().locate(key);
+    if (located) return key;
+    if (!isMissingObject(located.error().number)) return asFailure(located);
+    return std::nullopt;
+  }
+  // A number of an earlier run.
+  const auto folder = store().mailbox(mailbox);
+  if (!folder) return asFailure(folder);
+  const auto index = store().messages(*folder);
+  if (!index) return asFailure(index);
+  for (const auto& file : (*index)->files()) {
+    const auto id = stableId(file.name);
+    if (scriptId(id) == number && numberOf(id) == number) return MessageKey{mailbox, id};
+  }
+  return std::nullopt;
+}
+
+Outcome<CachedHeaders> MailModel::headers(const MessageKey& key) {
+  const auto headers = store().withMessage(
+      key, [&](const LocatedMessage& message) { return client_.headers_.get(message.folder.directory, message.file); });
+  if (!headers) return asFailure(headers);
+  return *headers;
+}
+
+Outcome<std::string> MailModel::source(const MessageKey& key) {
+  auto bytes = store().withMessage(
+      key, [&](const LocatedMessage& message) { return environment().files.read(message.path(), kLargestMessage); });
+  if (!bytes) return asFailure(bytes);
+  return std::move(*bytes);
+}
+
+Outcome<std::string> MailModel::headerText(const MessageKey& key) {
+  auto block = store().withMessage(
+      key, [&](const LocatedMessage& message) { return readHeaderBlock(environment().files, message.path()); });
+  if (!block) return asFailure(block);
+  return std::move(*block);
+}
+
+Transaction& MailModel::transaction() {
+  if (!transaction_) transaction_ = std::make_unique<Transaction>(environment(), store());
+  return *transaction_;
+}
+
+Outcome<Marks> MailModel::marks(const MessageKey& key) {
+  const auto marks = transaction().marks(key);
+  if (!marks) return asFailure(marks);
+  return *marks;
+}
+
+Outcome<void> MailModel::change(const MessageKey& key, const MarkChange& change) {
+  if (const auto done = transaction().change(key, change); !done) return changeFailure(done.error());
+  return {};
+}
+
+Outcome<MessageKey> MailModel::move(const MessageKey& key, const MailboxKey& destination) {
+  const auto moved = transaction().move(key, destination);
+  if (!moved) return changeFailure(moved.error());
+  if (*moved != key) {
+    moved_.erase(*moved);
+    moved_[key] = *moved;
+  }
+  return *moved;
+}
+
+Outcome<MessageKey> MailModel::copy(const MessageKey& key, const MailboxKey& destination) {
+  const auto copied = transaction().copy(key, destination);
+  if (!copied) return changeFailure(copied.error());
+  return *copied;
+}
+
+Outcome<MailboxKey> MailModel::makeMailbox(const std::string& account, const std::string& path) {
+  const auto made = transaction().makeMailbox(account, path);
+  if (!made) return changeFailure(made.error());
+  return MailboxKey{account, made->path};
+}
+
+// ---- accounts and mailboxes ----
+
+Outcome<std::vector<MailAccount>> MailModel::accounts() {
+  const auto all = store().accounts().accounts();
+  if (!all) return asFailure(all);
+  return *all;
+}
+
+Outcome<MailAccount> MailModel::account(std::string_view id) {
+  const auto found = store().account(id);
+  if (!found) return asFailure(found);
+  return *found;
+}
+
+Outcome<std::vector<MailboxKey>> MailModel::mailboxes(std::string_view account) {
+  const auto owner = store().account(account);
+  if (!owner) return asFailure(owner);
+  const auto folders = store().mailboxes(*owner);
+  if (!folders) return asFailure(folders);
+  std::vector<MailboxKey> keys;
+  keys.reserve(folders->size());
+  for (const auto& folder : *folders) keys.push_back({owner->id, folder.path});
+  return keys;
+}
+
+Outcome<bool> MailModel::hasMailbox(const MailboxKey& key) {
+  const auto folder = store().mailbox(key);
+  if (folder) return true;
+  if (isMissingObject(folder.error().number)) return false;
+  return asFailure(folder);
+}
+
+Outcome<std::vector<MailboxKey>> MailModel::mailboxesFor(Code purpose) {
+  std::vector<MailboxKey> found;
+  const auto wanted = std::ranges::find(kPurposes, purpose, &Purpose::code);
+  if (wanted == kPurposes.end()) return found;  // nothing waits in an outbox here
+  auto all = accounts();
+  if (!all) return std::unexpected(all.error());
+  if (const auto local = store().accounts().localStore()) all->push_back(*local);
+  for (const auto& account : *all) {
+    if (!account.enabled) continue;
+    const auto keys = mailboxes(account.id);
+    if (!keys) continue;
+    for (const auto& key : *keys) {
+      const auto folded = text::foldCase(key.path);
+      if (std::ranges::find(wanted->names, std::string_view(folded)) != wanted->names.end()) found.push_back(key);
+    }
+  }
+  return found;
+}
+
+// ---- viewers ----
+
+Outcome<ViewState> MailModel::views() {
+  auto state = viewStore().read();
+  if (!state) return asFailure(state);
+  if (transaction_) state->follow(transaction_->moves());
+  return std::move(*state);
+}
+
+Outcome<void> MailModel::changeViews(const std::function<Result<void>(ViewState&)>& change) {
+  const auto done = viewStore().change([&](ViewState& state) {
+    if (transaction_) state.follow(transaction_->moves());
+    return change(state);
+  });
+  if (!done) return changeFailure(done.error());
+  return {};
+}
+
+std::vector<MessageKey> MailModel::present(const std::vector<MessageKey>& keys) {
+  std::vector<MessageKey> there;
+  for (const auto& key : keys) {
+    if (store().locate(key)) there.push_back(key);
+  }
+  return there;
+}
+
+Result<void> MailModel::finish() {
+  if (!transaction_) return {};
+  const auto transaction = std::exchange(transaction_, nullptr);
+  auto done = transaction->commit();
+  moved_.clear();
+  const auto noted = client_.noteMoves(transaction->moves());
+  if (done && !noted) done = noted;
+  return done;
+}
+
+// ---- values ----
+
+std::vector<ObjectRef> messageObjects(MailModel& model, const std::vector<MessageKey>& keys) {
+  std::vector<ObjectRef> objects;
+  objects.reserve(keys.size());
+  for (const auto& key : keys) objects.push_back(messageObject(model, key));
+  return objects;
+}
+
+Value liveList(const std::vector<ObjectRef>& objects) {
+  std::vector<Value> items;
+  items.reserve(objects.size());
+  for (const auto& object : objects) items.push_back(Value::live(object));
+  return Value::list(std::move(items));
+}
+
+namespace {
+
+template <class Key>
+Outcome<std::vector<Key>> keysIn(const Value& value, const Key* (*keyOf)(const ObjectRef&)) {
+  std::vector<Key> keys;
+  const auto take = [&](const Value& item) {
+    const auto* key = item.is(as::Kind::Live) ? keyOf(item.asLive()) : nullptr;
+    if (key != nullptr) keys.push_back(*key);
+    return key != nullptr;
+  };
+  if (value.isList()) {
+    for (const auto& item : value.items()) {
+      if (!take(item)) return as::failure(as::error::wrongType, {}, item);
+    }
+  } else if (!value.isMissing() && !take(value)) {
+    return as::failure(as::error::wrongType, {}, value);
+  }
+  return keys;
+}
+
+}  // namespace
+
+Outcome<std::vector<MessageKey>> messagesIn(const Value& value) { return keysIn<MessageKey>(value, &messageOf); }
+Outcome<std::vector<MailboxKey>> mailboxesIn(const Value& value) { return keysIn<MailboxKey>(value, &mailboxOf); }
+
+}  // namespace quillbox::mailclient
