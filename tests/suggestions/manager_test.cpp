@@ -1,6 +1,5 @@
-// The manager's queues, flags and notifications, moved by hand; and prediction beside training on real threads.
-#include "suggestions/smart_suggestions_manager.h"
-
+// The manager's queues, flags and notifications, moved by hand; and prediction beside training on real
+// threads.
 #include <cerrno>
 #include <map>
 
@@ -10,6 +9,7 @@
 #include "suggestions/examples.h"
 #include "suggestions/memory_secret_store.h"
 #include "suggestions/notifications.h"
+#include "suggestions/smart_suggestions_manager.h"
 #include "support/fakes.h"
 #include "support/faulty_file_system.h"
 #include "support/manual_dispatch.h"
@@ -66,9 +66,9 @@ class Manager : public testing::Test {
           &notification::isPredictingSuggestions, &notification::donePredictingSuggestions,
           &notification::currentExamplesUpdated, &notification::smartSuggestionsDisabled}) {
       watches_.push_back(notifications_.observe(*name, std::function([this, name](const NoObject&) {
-                                                  posted_.emplace_back(name->text.substr(9));
-                                                  EXPECT_TRUE(dispatch_.isMain());
-                                                })));
+        posted_.emplace_back(name->text.substr(9));
+        EXPECT_TRUE(dispatch_.isMain());
+      })));
     }
     EXPECT_TRUE(settings_.useSmartFilingSuggestions.set(true));
     make();
@@ -77,8 +77,8 @@ class Manager : public testing::Test {
   void make() {
     manager_ = std::make_unique<SmartSuggestionsManager>(
         SmartSuggestionsManager::Services{helper_, settings_, dispatch_, notifications_, localizer_, log_},
-        std::make_unique<AdvancedLogManager>(AdvancedLogManager::Services{files_, random_, secrets_, log_}, "/data",
-                                             AdvancedLogMode::encrypted));
+        std::make_unique<AdvancedLogManager>(AdvancedLogManager::Services{files_, random_, secrets_, log_},
+                                             "/data", AdvancedLogMode::encrypted));
   }
 
   // What was posted since the last call, without "Quillbox.".
@@ -87,13 +87,16 @@ class Manager : public testing::Test {
   // The model's answer for one message that only the sender tells.
   std::vector<std::string> answer(double threshold = 0.5) {
     std::vector<std::string> ids;
-    for (const auto& mailbox : manager_->predict(std::vector{received("", "ada@example.org")}, 5, threshold)) {
+    for (const auto& mailbox :
+         manager_->predict(std::vector{received("", "ada@example.org")}, 5, threshold)) {
       ids.push_back(mailbox.id);
     }
     return ids;
   }
 
-  void fillLog(const std::vector<TrainingExample>& examples) { ASSERT_TRUE(manager_->log().append(examples)); }
+  void fillLog(const std::vector<TrainingExample>& examples) {
+    ASSERT_TRUE(manager_->log().append(examples));
+  }
 
   ManualClock clock_;
   ManualDispatch dispatch_{clock_};
@@ -110,7 +113,8 @@ class Manager : public testing::Test {
   RecordingScriptEngine engine_;
   NoInstalledScripts installed_;
   ScriptStatus status_;
-  AppleScriptHelper helper_{{engine_, installed_, resources_, workspace_, dispatch_, localizer_, log_, status_}};
+  AppleScriptHelper helper_{
+      {engine_, installed_, resources_, workspace_, dispatch_, localizer_, log_, status_}};
   NotificationCenter notifications_;
   std::vector<Subscription> watches_;
   std::vector<std::string> posted_;
@@ -279,7 +283,8 @@ TEST_F(Manager, ALaterLookupTakesThePlaceOfAnEarlierOne) {
   dispatch_.runBackground();
   manager_->updateCurrentExamples();
   dispatch_.runUntilIdle();
-  EXPECT_THAT(posted(), ElementsAre("isPredictingSuggestions", "isPredictingSuggestions", "currentExamplesUpdated"));
+  EXPECT_THAT(posted(),
+              ElementsAre("isPredictingSuggestions", "isPredictingSuggestions", "currentExamplesUpdated"));
   EXPECT_EQ(manager_->currentExamples().size(), 1U);
 
   // Switched off in the middle of one: the busy sign ends at once, and nothing comes after.
@@ -302,10 +307,12 @@ TEST_F(Manager, LearnsAMailboxAndTheSelectionAtOnce) {
   engine_.answer(records({received("hello", "ada@example.org", "Friends", "Home")}));
   manager_->trainOnMailbox(Mailbox::make("Friends", "Friends", "Home"), done);
   dispatch_.runUntilIdle();
-  EXPECT_THAT(engine_.calls()[0].arguments(), ElementsAre(Descriptor::text("Friends"), Descriptor::text("Home")));
+  EXPECT_THAT(engine_.calls()[0].arguments(),
+              ElementsAre(Descriptor::text("Friends"), Descriptor::text("Home")));
   EXPECT_THAT(answer(), ElementsAre("Home/Friends"));
 
-  engine_.answer(records({received("x", "ada@example.org", "Inbox"), received("y", "ada@example.org", "Inbox")}));
+  engine_.answer(
+      records({received("x", "ada@example.org", "Inbox"), received("y", "ada@example.org", "Inbox")}));
   manager_->trainOnSelection(Mailbox::make("New", "Old/New", "Work"), done);
   dispatch_.runUntilIdle();
   EXPECT_THAT(engine_.calls()[1].arguments(), ElementsAre(Descriptor::text(""), Descriptor::text("")));

@@ -1,0 +1,1 @@
+quillbox_bench(suggestions_bench suggestions_bench.cpp USES suggestions LIBRARIES quillbox_test_support)

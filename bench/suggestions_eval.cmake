@@ -1,0 +1,1 @@
+quillbox_bench(suggestions_eval suggestions_eval.cpp USES suggestions)

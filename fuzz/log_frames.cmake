@@ -1,0 +1,1 @@
+quillbox_fuzzer(log_frames USES suggestions)
