@@ -37,8 +37,9 @@ class FilterRun {
     for (const Position row : failed_ ? std::vector<Position>() : suggestions) {
       result.suggestedMailboxes.push_back(at(row));
     }
+    auto indices = displayIndices();
     result.filteredMailboxes =
-        MailboxRows(index_.list(), displayIndices(), MailboxList(std::move(strangers_)));
+        MailboxRows(index_.list(), std::move(indices), MailboxList(std::move(strangers_)));
     const auto decision = decideSelection(
         result.filteredMailboxes, index_, snapshot_.selectedMailboxId,
         !query_.matchesEverything() || suggestionsOnTop_ ? FirstRow::selected : FirstRow::notSelected);

@@ -1,0 +1,59 @@
+// The user's favourites, and how they take part in the replication between machines.
+#pragma once
+
+#include <functional>
+#include <memory>
+
+#include "mailboxes/list_mailbox_manager.h"
+#include "platform/notification_center.h"
+
+namespace quillbox {
+
+namespace notification {
+// The favourites agree with what the cloud store holds.
+inline constexpr NotificationName<NoObject> iCloudSyncDidUpdateToLatest{"iCloudSyncDidUpdateToLatest"};
+}  // namespace notification
+
+// The replication as the favourites need it. Main queue only.
+class FavoriteSync {
+ public:
+  virtual ~FavoriteSync() = default;
+  // The user changed the list to this one.
+  virtual void recordLocalEdit(const std::vector<Mailbox>& favorites) = 0;
+  // Merges `favorites` with what the other machines have written, writes the result, and returns the list
+  // that is to be shown.
+  virtual std::vector<Mailbox> loadMergeAndSave(const std::vector<Mailbox>& favorites) = 0;
+};
+
+class FavoriteMailboxManager final : public ListMailboxManager {
+ public:
+  // `makeSync` is called when replication is first needed; it may be empty on hosts without it.
+  FavoriteMailboxManager(UserSettings& settings, NotificationCenter& notifications,
+                         std::function<std::unique_ptr<FavoriteSync>()> makeSync = {});
+
+  // Writes the list; with replication on, records the change there too.
+  Result<void> save(std::vector<Mailbox> list) override;
+
+  // Brings the list and the replicated state together, when the setting is on; then, in any case, reloads and
+  // posts "iCloudSyncDidUpdateToLatest". Called at start, and when the cloud store has changed; switching the
+  // setting on calls it too.
+  void synchronize();
+
+ protected:
+  // Before the first merge the other machines' favourites are not known here, and a change would seem to
+  // remove them.
+  void refresh() override;
+
+ private:
+  FavoriteSync* sync();
+
+  NotificationCenter& notifications_;
+  std::function<std::unique_ptr<FavoriteSync>()> makeSync_;
+  std::unique_ptr<FavoriteSync> sync_;
+  bool wasSyncEnabled_ = false;
+  bool isSynchronizing_ = false;
+  Subscription switched_;
+  Subscription updated_;
+};
+
+}  // namespace quillbox

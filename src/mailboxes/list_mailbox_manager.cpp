@@ -1,0 +1,63 @@
+#include "mailboxes/list_mailbox_manager.h"
+
+#include <algorithm>
+#include <unordered_set>
+
+namespace quillbox {
+
+ListMailboxManager::ListMailboxManager(UserSettings& settings, Setting<std::vector<Mailbox>>& stored)
+    : settings_(settings), stored_(stored) {
+  ListMailboxManager::load();
+  changes_ = stored_.observe([this](const std::vector<Mailbox>&) { load(); });
+}
+
+void ListMailboxManager::load() {
+  std::vector<Mailbox> list;
+  std::unordered_set<std::string_view> ids;
+  for (const auto& mailbox : stored_.get()) {
+    if (ids.insert(mailbox.id).second) list.push_back(mailbox);
+  }
+  mailboxes.set(std::move(list));
+}
+
+void ListMailboxManager::refresh() {
+  settings_.synchronize();
+  load();
+}
+
+Result<bool> ListMailboxManager::add(const Mailbox& mailbox) {
+  refresh();
+  if (contains(mailbox)) return false;
+  auto list = mailboxes.get();
+  list.push_back(mailbox);
+  if (auto saved = save(std::move(list)); !saved) return forward(saved);
+  return true;
+}
+
+Result<bool> ListMailboxManager::remove(const Mailbox& mailbox) {
+  refresh();
+  auto list = mailboxes.get();
+  if (std::erase_if(list, [&](const Mailbox& entry) { return entry.id == mailbox.id; }) == 0) return false;
+  if (auto saved = save(std::move(list)); !saved) return forward(saved);
+  return true;
+}
+
+Result<void> ListMailboxManager::save(std::vector<Mailbox> list) {
+  if (auto written = stored_.set(list); !written) return written;
+  load();
+  return {};
+}
+
+bool ListMailboxManager::contains(std::string_view id) const {
+  return std::ranges::find(mailboxes.get(), id, &Mailbox::id) != mailboxes.get().end();
+}
+
+std::vector<SearchIndex::Position> ListMailboxManager::prepare(const SearchIndex& allMailboxes) const {
+  std::vector<SearchIndex::Position> positions;
+  for (const auto& mailbox : mailboxes.get()) {
+    if (const auto position = allMailboxes.find(mailbox.id)) positions.push_back(*position);
+  }
+  return positions;
+}
+
+}  // namespace quillbox
