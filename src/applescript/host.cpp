@@ -19,6 +19,10 @@ Outcome<ObjectRef> findWhere(ScriptObject& container, Code elementClass, Code pr
 
 }  // namespace
 
+Outcome<Value> ScriptObject::property(Code) {
+  return failure(error::noSuchObject);
+}
+
 Outcome<void> ScriptObject::setProperty(Code property, const Value&) {
   // Readable but not settable, or unknown altogether?
   const auto present = this->property(property);
