@@ -5,7 +5,7 @@
 namespace quillbox {
 
 FavoriteMailboxManager::FavoriteMailboxManager(UserSettings& settings, NotificationCenter& notifications,
-                                               std::function<std::unique_ptr<FavoriteSync>()> makeSync)
+                                               std::function<std::unique_ptr<FavoriteMailboxSync>()> makeSync)
     : ListMailboxManager(settings, settings.favoriteMailboxes),
       notifications_(notifications),
       makeSync_(std::move(makeSync)) {
@@ -20,7 +20,7 @@ FavoriteMailboxManager::FavoriteMailboxManager(UserSettings& settings, Notificat
                                               [this](const NoObject&) { load(); });
 }
 
-FavoriteSync* FavoriteMailboxManager::sync() {
+FavoriteMailboxSync* FavoriteMailboxManager::sync() {
   if (!settings_.enableFavoritesSync.get()) return nullptr;
   if (!sync_ && makeSync_) sync_ = makeSync_();
   return sync_.get();
@@ -32,9 +32,10 @@ void FavoriteMailboxManager::refresh() {
 }
 
 Result<void> FavoriteMailboxManager::save(std::vector<Mailbox> list) {
+  const auto previous = mailboxes.get();
   if (auto written = ListMailboxManager::save(std::move(list)); !written) return written;
   if (auto* const replica = sync()) {
-    replica->recordLocalEdit(mailboxes.get());
+    replica->recordLocalEdit(mailboxes.get(), previous);
     synchronize();
   }
   return {};

@@ -6,6 +6,7 @@
 
 #include "mailboxes/list_mailbox_manager.h"
 #include "platform/notification_center.h"
+#include "sync/favorite_mailbox_sync.h"
 
 namespace quillbox {
 
@@ -14,22 +15,11 @@ namespace notification {
 inline constexpr NotificationName<NoObject> iCloudSyncDidUpdateToLatest{"iCloudSyncDidUpdateToLatest"};
 }  // namespace notification
 
-// The replication as the favourites need it. Main queue only.
-class FavoriteSync {
- public:
-  virtual ~FavoriteSync() = default;
-  // The user changed the list to this one.
-  virtual void recordLocalEdit(const std::vector<Mailbox>& favorites) = 0;
-  // Merges `favorites` with what the other machines have written, writes the result, and returns the list
-  // that is to be shown.
-  virtual std::vector<Mailbox> loadMergeAndSave(const std::vector<Mailbox>& favorites) = 0;
-};
-
 class FavoriteMailboxManager final : public ListMailboxManager {
  public:
   // `makeSync` is called when replication is first needed; it may be empty on hosts without it.
   FavoriteMailboxManager(UserSettings& settings, NotificationCenter& notifications,
-                         std::function<std::unique_ptr<FavoriteSync>()> makeSync = {});
+                         std::function<std::unique_ptr<FavoriteMailboxSync>()> makeSync = {});
 
   // Writes the list; with replication on, records the change there too.
   Result<void> save(std::vector<Mailbox> list) override;
@@ -45,11 +35,11 @@ class FavoriteMailboxManager final : public ListMailboxManager {
   void refresh() override;
 
  private:
-  FavoriteSync* sync();
+  FavoriteMailboxSync* sync();
 
   NotificationCenter& notifications_;
-  std::function<std::unique_ptr<FavoriteSync>()> makeSync_;
-  std::unique_ptr<FavoriteSync> sync_;
+  std::function<std::unique_ptr<FavoriteMailboxSync>()> makeSync_;
+  std::unique_ptr<FavoriteMailboxSync> sync_;
   bool wasSyncEnabled_ = false;
   bool isSynchronizing_ = false;
   Subscription switched_;
