@@ -13,6 +13,13 @@ void defineSelect(CLI::App& app, Choice& choice);
 void defineSelection(CLI::App& app, Choice& choice);
 void defineFile(CLI::App& app, Choice& choice);
 void defineUndo(CLI::App& app, Choice& choice);
+void defineShow(CLI::App& app, Choice& choice);
+void defineNewMailbox(CLI::App& app, Choice& choice);
+void defineFlag(CLI::App& app, Choice& choice);
+void defineLabel(CLI::App& app, Choice& choice);
+void defineGmailModes(CLI::App& app, Choice& choice);
+void defineFilingScript(CLI::App& app, Choice& choice);
+void defineLog(CLI::App& app, Choice& choice);
 void defineSettings(CLI::App& app, Choice& choice);
 void defineRun(CLI::App& app, Choice& choice);
 

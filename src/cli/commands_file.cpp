@@ -4,7 +4,6 @@
 
 #include <fmt/format.h>
 
-#include "automation/selected_messages.h"
 #include "base/error_numbers.h"
 #include "base/json.h"
 #include "base/text.h"
@@ -33,22 +32,6 @@ void transfer(Session& session, const Mailbox& mailbox, FilingAction action, Out
                           text::singleLine(mailbox.id)));
       });
   if (!started) reply(session.failWith(started.error()));
-}
-
-// An empty selection is told before anything is counted or remembered.
-void transferUnlessEmpty(Session& session, const Mailbox& mailbox, FilingAction action, OutputForm form,
-                         const Reply& reply) {
-  const auto& services = session.services();
-  using script_texts::Include;
-  getSelectedMessages(
-      services.helper, services.dispatch, services.log, Include::no, Include::no,
-      [&session, mailbox, action, form, reply](const auto& messages) {
-        if (!messages) return reply(session.failWith(messages.error()));
-        if (messages->empty()) {
-          return reply(session.failWith(QuillboxError::of(QuillboxError::Case::noMessagesSelected)));
-        }
-        transfer(session, mailbox, action, form, reply);
-      });
 }
 
 }  // namespace
@@ -84,7 +67,12 @@ void defineFile(CLI::App& app, Choice& choice) {
                                              : FilingAction::move;
       const auto use = [&session, action, form, reply](const Result<Mailbox>& found) {
         if (!found) return reply(forward(found));
-        transferUnlessEmpty(session, *found, action, form, reply);
+        // An empty selection is told before anything is counted or remembered.
+        session.withSelection(
+            [&session, mailbox = *found, action, form, reply](const Result<std::size_t>& selected) {
+              if (!selected) return reply(forward(selected));
+              transfer(session, mailbox, action, form, reply);
+            });
       };
       if (options->byQuery) return session.withFirstRow(options->query, use);
       session.withMailbox(options->mailbox, use);

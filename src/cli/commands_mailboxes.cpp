@@ -1,49 +1,36 @@
 // mailboxes: the list as the main window shows it.
 #include <CLI/CLI.hpp>
 #include <memory>
-#include <unordered_set>
 
 #include "base/json.h"
-#include "base/text.h"
 #include "cli/commands.h"
 #include "cli/session.h"
 
 namespace quillbox::cli {
 namespace {
 
-using Ids = std::unordered_set<std::string>;
-
-Ids idsOf(const std::vector<Mailbox>& mailboxes) {
-  Ids ids;
-  for (const auto& mailbox : mailboxes) ids.insert(mailbox.id);
-  return ids;
-}
-
-std::string listRows(const MailboxFilterResult& result, const UserSettings& settings, OutputForm form) {
-  const Ids favorites = idsOf(settings.favoriteMailboxes.get());
-  const Ids recents = settings.rememberRecentMailboxes.get() ? idsOf(settings.recentMailboxes.get()) : Ids();
-  const Ids suggested = idsOf(result.suggestedMailboxes);
-  const auto& selected = result.selectedMailboxOverride;
+std::string listRows(const MailboxManager& manager, OutputForm form) {
+  const auto& selected = manager.selectedMailboxId.get();
   if (form == OutputForm::text) {
     std::vector<std::vector<std::string>> rows{{"", "PATH", "ACCOUNT", "MARKS"}};
-    for (const auto& mailbox : result.filteredMailboxes) {
-      std::string marks = favorites.contains(mailbox.id) ? "favorite " : "";
-      if (recents.contains(mailbox.id)) marks += "recent ";
-      if (suggested.contains(mailbox.id)) marks += "suggested";
+    for (const auto& mailbox : manager.filteredMailboxes.get()) {
+      std::string marks = manager.isFavorite(mailbox.id) ? "favorite " : "";
+      if (manager.isRecent(mailbox.id)) marks += "recent ";
+      if (manager.isSuggested(mailbox.id)) marks += "suggested";
       rows.push_back({selected == mailbox.id ? ">" : "", mailbox.path, mailbox.account, marks});
     }
     return table(rows);
   }
   Json array = Json::array();
-  for (const auto& mailbox : result.filteredMailboxes) {
+  for (const auto& mailbox : manager.filteredMailboxes.get()) {
     Json row = Json::object();
     row["id"] = mailbox.id;
     row["name"] = mailbox.name;
     row["path"] = mailbox.path;
     row["account"] = mailbox.account;
-    row["favorite"] = favorites.contains(mailbox.id);
-    row["recent"] = recents.contains(mailbox.id);
-    row["suggested"] = suggested.contains(mailbox.id);
+    row["favorite"] = manager.isFavorite(mailbox.id);
+    row["recent"] = manager.isRecent(mailbox.id);
+    row["suggested"] = manager.isSuggested(mailbox.id);
     array.push_back(std::move(row));
   }
   Json object = Json::object();
@@ -60,9 +47,9 @@ void defineMailboxes(CLI::App& app, Choice& choice) {
       ->type_name("QUERY");
   app.callback([query, &choice] {
     choice.action = [query](Session& session, OutputForm form, const Reply& reply) {
-      session.withRows(*query, [&session, form, reply](const Result<MailboxFilterResult>& rows) {
-        if (!rows) return reply(forward(rows));
-        reply(listRows(*rows, session.services().settings, form));
+      session.withRows(*query, [&session, form, reply](const Result<void>& ready) {
+        if (!ready) return reply(forward(ready));
+        reply(listRows(session.services().mailboxes, form));
       });
     };
   });

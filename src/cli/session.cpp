@@ -1,36 +1,24 @@
 #include "cli/session.h"
 
-#include <algorithm>
-#include <memory>
-
 #include <fmt/format.h>
 
+#include "automation/selected_messages.h"
 #include "base/error_numbers.h"
 #include "base/text.h"
 
 namespace quillbox::cli {
 
-void Session::withMailboxes(std::function<void(Result<MailboxList>)> use) {
-  if (fetched_) return use(search_.list());
-  // The list comes as a notification while the script runs.
-  auto received = std::make_shared<std::optional<std::vector<Mailbox>>>();
-  auto subscription = std::make_shared<Subscription>(services_.notifications.observe<MailboxReloadPayload>(
-      notification::shouldReloadWithList,
-      [received](const MailboxReloadPayload& payload) { *received = payload.mailboxes; }));
-  const auto variant = services_.settings.useLegacyMailboxRetrieval.get() ? RetrievalVariant::legacy
-                                                                          : RetrievalVariant::current;
-  const auto started = services_.retrieval.start(
-      variant, [this, received, subscription, use](const AppleScriptResult& result) {
-        subscription->reset();
-        services_.status.resetLoading();
-        if (!result) return use(std::unexpected(result.error().toError()));
-        if (!*received) {
-          return use(fail(error_number::incompletePayload, "The retrieval script delivered no mailbox list"));
-        }
-        search_.setList(MailboxList(std::move(**received)));
-        fetched_ = true;
-        use(search_.list());
-      });
+void Session::withMailboxes(std::function<void(Result<void>)> use) {
+  if (fetched_) return use({});
+  auto& manager = services_.mailboxes;
+  const auto started = manager.reload("quillboxctl", ReloadKind::forced,
+                                      [this, &manager, use](const AppleScriptResult& result) {
+                                        if (!result) return use(std::unexpected(result.error().toError()));
+                                        manager.whenSettled([this, use] {
+                                          fetched_ = true;
+                                          use({});
+                                        });
+                                      });
   if (!started) return use(failWith(started.error()));
   if (*started == RetrievalStart::alreadyLoading) {
     use(fail(error_number::notAvailable, "The mailbox list is being loaded already"));
@@ -39,34 +27,40 @@ void Session::withMailboxes(std::function<void(Result<MailboxList>)> use) {
 
 void Session::withMailbox(const std::string& id, std::function<void(Result<Mailbox>)> use) {
   if (auto valid = requireUtf8("The mailbox id", id); !valid) return use(forward(valid));
-  withMailboxes([id, use = std::move(use)](const Result<MailboxList>& mailboxes) {
-    if (!mailboxes) return use(forward(mailboxes));
-    const auto it = std::ranges::find(*mailboxes, id, &Mailbox::id);
-    if (it == mailboxes->end()) {
-      return use(
-          fail(error_number::mailboxNotFound, fmt::format("There is no mailbox “{}”", text::singleLine(id))));
-    }
-    use(*it);
+  withMailboxes([this, id, use = std::move(use)](const Result<void>& ready) {
+    if (!ready) return use(forward(ready));
+    if (const auto* mailbox = services_.mailboxes.findMailbox(id)) return use(*mailbox);
+    use(fail(error_number::mailboxNotFound, fmt::format("There is no mailbox “{}”", text::singleLine(id))));
   });
 }
 
-void Session::withRows(const std::string& query, std::function<void(Result<MailboxFilterResult>)> use) {
+void Session::withRows(const std::string& query, std::function<void(Result<void>)> use) {
   if (auto valid = requireUtf8("The query", query); !valid) return use(forward(valid));
-  withMailboxes([this, query, use = std::move(use)](const Result<MailboxList>& mailboxes) {
-    if (!mailboxes) return use(forward(mailboxes));
-    use(search_.run(query));
+  withMailboxes([this, query, use = std::move(use)](const Result<void>& ready) {
+    if (!ready) return use(forward(ready));
+    services_.mailboxes.search(query, [use] { use({}); });
   });
 }
 
 void Session::withFirstRow(const std::string& query, std::function<void(Result<Mailbox>)> use) {
-  withRows(query, [query, use = std::move(use)](const Result<MailboxFilterResult>& rows) {
-    if (!rows) return use(forward(rows));
-    if (rows->filteredMailboxes.empty()) {
-      return use(fail(error_number::nothingMatches,
-                      fmt::format("No mailbox matches “{}”", text::singleLine(query))));
-    }
-    use(rows->filteredMailboxes[0]);
+  withRows(query, [this, query, use = std::move(use)](const Result<void>& ready) {
+    if (!ready) return use(forward(ready));
+    const auto& rows = services_.mailboxes.filteredMailboxes.get();
+    if (!rows.empty()) return use(rows[0]);
+    use(fail(error_number::nothingMatches, fmt::format("No mailbox matches “{}”", text::singleLine(query))));
   });
+}
+
+void Session::withSelection(std::function<void(Result<std::size_t>)> use) {
+  using script_texts::Include;
+  getSelectedMessages(services_.helper, services_.dispatch, services_.log, Include::no, Include::no,
+                      [this, use = std::move(use)](const auto& messages) {
+                        if (!messages) return use(failWith(messages.error()));
+                        if (messages->empty()) {
+                          return use(failWith(QuillboxError::of(QuillboxError::Case::noMessagesSelected)));
+                        }
+                        use(messages->size());
+                      });
 }
 
 Result<std::pair<std::string, std::string>> Session::accountAndPath(std::string_view mailboxId) const {

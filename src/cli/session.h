@@ -10,13 +10,15 @@
 
 #include "automation/account_manager.h"
 #include "automation/applescript_helper.h"
+#include "automation/filing_script_installer.h"
+#include "automation/mail_actions.h"
 #include "automation/mailbox_retrieval.h"
 #include "automation/notifications.h"
 #include "base/result.h"
 #include "cli/command.h"
-#include "cli/mailbox_rows.h"
 #include "filing/filing_pipeline.h"
 #include "filing/gmail_filing_mode_manager.h"
+#include "mailboxes/mailbox_manager.h"
 #include "mailclient/mail_client.h"
 #include "platform/dispatch.h"
 #include "platform/file_system.h"
@@ -25,6 +27,7 @@
 #include "platform/notification_center.h"
 #include "platform/script_engine.h"
 #include "settings/user_settings.h"
+#include "suggestions/log_manager.h"
 
 namespace quillbox::cli {
 
@@ -36,13 +39,18 @@ struct Services {
   const Localizer& localizer;
   Log& log;
   FileSystem& files;
-  ScriptStatus& status;
   AppleScriptHelper& helper;
   AccountManager& accounts;
-  MailboxRetrieval& retrieval;
+  MailActions& actions;
+  FilingScriptInstaller& installer;
   UserSettings& settings;
+  MailboxManager& mailboxes;
+  FavoriteMailboxManager& favorites;
+  RecentMailboxManager& recents;
+  ExcludedMailboxManager& excluded;
   FilingPipeline& filing;
   GmailFilingModeManager& gmailModes;
+  LogManager& filingLog;
   mailclient::MailClient& mail;
   // Against which relative paths on the command line are read.
   Path currentDirectory;
@@ -53,7 +61,7 @@ struct Services {
 // Main queue only.
 class Session {
  public:
-  explicit Session(const Services& services) : services_(services), search_(services.settings) {}
+  explicit Session(const Services& services) : services_(services) {}
 
   const Services& services() const { return services_; }
 
@@ -62,19 +70,22 @@ class Session {
     return std::unexpected(error.toError(services_.localizer));
   }
 
-  // Hands over the mailbox list of the mail client: fetched by the retrieval script at the first call, then
-  // kept.
-  void withMailboxes(std::function<void(Result<MailboxList>)> use);
+  // Calls `use` when the mailbox manager holds the mail client's list: fetched by the retrieval script at the
+  // first call, then kept.
+  void withMailboxes(std::function<void(Result<void>)> use);
   // The list changed; the next withMailboxes() fetches it again.
   void forgetMailboxes() { fetched_ = false; }
 
   // The mailbox with this id out of the mail client's list; error mailboxNotFound names it.
   void withMailbox(const std::string& id, std::function<void(Result<Mailbox>)> use);
 
-  // What the main window's list shows for the query.
-  void withRows(const std::string& query, std::function<void(Result<MailboxFilterResult>)> use);
+  // Calls `use` when the mailbox manager shows the rows for the query.
+  void withRows(const std::string& query, std::function<void(Result<void>)> use);
   // The first row; error nothingMatches when there is none.
   void withFirstRow(const std::string& query, std::function<void(Result<Mailbox>)> use);
+  // Calls `use` with the number of messages that are selected in the mail client; noMessagesSelected for
+  // none.
+  void withSelection(std::function<void(Result<std::size_t>)> use);
 
   // Account and path of a mailbox id, for the mail client's own commands: the longest account name that fits.
   // Fails with accountNotFound.
@@ -82,7 +93,6 @@ class Session {
 
  private:
   Services services_;
-  MailboxSearch search_;
   bool fetched_ = false;
 };
 
