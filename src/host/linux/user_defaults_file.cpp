@@ -113,6 +113,12 @@ std::optional<DefaultsValue> FileUserDefaults::get(std::string_view key) const {
   return it == registered_.end() ? std::nullopt : std::optional(it->second);
 }
 
+std::vector<std::string> FileUserDefaults::storedKeys() const {
+  std::vector<std::string> keys;
+  for (const auto& [key, value] : contents_->values) keys.push_back(key);
+  return keys;
+}
+
 Result<void> FileUserDefaults::set(std::string_view key, DefaultsValue value) {
   return apply({{std::string(key), std::move(value)}});
 }

@@ -7,6 +7,7 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "platform/clock.h"
 #include "platform/file_system.h"
@@ -30,6 +31,7 @@ class FileUserDefaults final : public UserDefaults {
 
   std::optional<DefaultsValue> get(std::string_view key) const override;
   std::optional<DefaultsValue> stored(std::string_view key) const override;
+  std::vector<std::string> storedKeys() const override;
   // Beside file-system errors: ETIMEDOUT when another process keeps the lock for five seconds;
   // error_number::textNotUtf8 and settingValueInvalid for what JSON cannot hold (bytes in a text,
   // infinities).
