@@ -21,8 +21,7 @@ std::unique_ptr<FileLock> FavoriteMailboxSync::begin() {
   return lock;
 }
 
-void FavoriteMailboxSync::recordLocalEdit(const std::vector<Mailbox>& favorites,
-                                          const std::vector<Mailbox>& previous) {
+void FavoriteMailboxSync::recordLocalEdit(std::vector<Mailbox> favorites, std::vector<Mailbox> previous) {
   const auto lock = begin();
   store_->recordLocalEdit(favorites, previous);
   // Before the lock is given up: another process must find this counter used.

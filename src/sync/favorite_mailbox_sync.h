@@ -37,7 +37,8 @@ class FavoriteMailboxSync {
 
   // The user changed the list from `previous` to `favorites`. Kept on this machine at once; the other
   // machines hear of it by loadMergeAndSave(), which has to follow.
-  void recordLocalEdit(const std::vector<Mailbox>& favorites, const std::vector<Mailbox>& previous);
+  // By value, because the settings are synchronised first, and with them a list that follows them.
+  void recordLocalEdit(std::vector<Mailbox> favorites, std::vector<Mailbox> previous);
   // Merges `favorites` with what all machines have written, writes the result, and returns the list to show.
   std::vector<Mailbox> loadMergeAndSave(const std::vector<Mailbox>& favorites);
 

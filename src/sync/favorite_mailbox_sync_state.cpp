@@ -28,9 +28,9 @@ std::int64_t FavoriteMailboxSyncState::largestCounter() const {
 }
 
 void FavoriteMailboxSyncState::recordEdit(const std::vector<Mailbox>& newList,
-                                          const std::vector<Mailbox>& previousList, const std::string& writer,
-                                          std::int64_t seenCounter) {
-  const std::int64_t latest = std::max(largestCounter(), seenCounter);
+                                          const std::vector<Mailbox>& previousList,
+                                          const std::string& writer) {
+  const std::int64_t latest = largestCounter();
   if (latest == std::numeric_limits<std::int64_t>::max())
     fatal(
         "The revision counter of the synced favourites has reached its limit; docs/SYNC.md says how to reset "

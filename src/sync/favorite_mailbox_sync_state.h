@@ -43,11 +43,10 @@ struct FavoriteMailboxSyncState {
   std::int64_t largestCounter() const;
 
   // A local edit: the list was `previousList`, now it is `newList` (display order), `writer` is this machine.
-  // All changes of one edit get one revision, later than everything in the state and than `seenCounter` (the
-  // largest counter this machine knows from elsewhere). What did not change keeps its revision. A counter
-  // that would overflow is fatal.
+  // All changes of one edit get one revision, later than everything in the state; what did not change keeps
+  // its own. A counter that would overflow is fatal.
   void recordEdit(const std::vector<Mailbox>& newList, const std::vector<Mailbox>& previousList,
-                  const std::string& writer, std::int64_t seenCounter = 0);
+                  const std::string& writer);
 
   // Takes over what is later in `remote`, which must be valid. Nothing is ever deleted.
   void merge(const FavoriteMailboxSyncState& remote);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <unordered_set>
 #include <utility>
 #include <variant>
 
@@ -51,7 +52,11 @@ FavoriteMailboxSyncStore::FavoriteMailboxSyncStore(UserDefaults& defaults, Favor
       log_.error("Favourites stay on this machine, its id cannot be kept: " + kept.error().message);
     }
   }
-  if (const auto stored = newStoredState()) state_ = *stored;
+  if (auto stored = newStoredState()) {
+    state_ = *std::move(stored);
+    // On machines that agree, the cloud store holds these very bytes many times over.
+    saved_ = seen_.find(kStateKey)->second;
+  }
 }
 
 // Nothing when these bytes were looked at before or do not hold a valid state.
@@ -77,11 +82,33 @@ std::optional<FavoriteMailboxSyncState> FavoriteMailboxSyncStore::newStoredState
 
 void FavoriteMailboxSyncStore::recordLocalEdit(const std::vector<Mailbox>& newList,
                                                const std::vector<Mailbox>& previousList) {
-  // The user edited what this process showed, so the edit is recorded on that; what another process did
-  // meanwhile joins afterwards. Both share one writer id, hence the counter beyond both.
-  const auto stored = newStoredState();
-  state_.recordEdit(asUtf8(newList), asUtf8(previousList), writer_, stored ? stored->largestCounter() : 0);
-  if (stored) state_.merge(*stored);
+  auto list = asUtf8(newList);
+  const auto previous = asUtf8(previousList);
+  if (const auto stored = newStoredState()) list = mergeUnderEdit(*stored, list, previous);
+  state_.recordEdit(list, previous, writer_);
+}
+
+// Another process of this profile has stored `stored`, and the edit may have been made without seeing that:
+// what the user left as it was follows the other process. Returns the edited list as it then is.
+std::vector<Mailbox> FavoriteMailboxSyncStore::mergeUnderEdit(const FavoriteMailboxSyncState& stored,
+                                                              const std::vector<Mailbox>& newList,
+                                                              const std::vector<Mailbox>& previousList) {
+  const auto mine = state_;
+  state_.merge(stored);
+  const std::unordered_set<Mailbox> previous(previousList.begin(), previousList.end());
+  std::vector<Mailbox> list;
+  for (const Mailbox& mailbox : newList) {
+    const auto now = state_.entries.find(mailbox.id);
+    const auto before = mine.entries.find(mailbox.id);
+    const bool wasChangedElsewhere =
+        now != state_.entries.end() && (before == mine.entries.end() || before->second != now->second);
+    if (!previous.contains(mailbox) || !wasChangedElsewhere) {
+      list.push_back(mailbox);
+    } else if (!now->second.removed) {
+      list.push_back(now->second.mailbox);
+    }
+  }
+  return list;
 }
 
 void FavoriteMailboxSyncStore::loadAndMerge(const std::vector<Mailbox>& localList) {

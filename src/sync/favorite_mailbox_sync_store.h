@@ -71,6 +71,9 @@ class FavoriteMailboxSyncStore {
  private:
   std::optional<FavoriteMailboxSyncState> newState(std::string_view key, const std::string& bytes);
   std::optional<FavoriteMailboxSyncState> newStoredState();
+  std::vector<Mailbox> mergeUnderEdit(const FavoriteMailboxSyncState& stored,
+                                      const std::vector<Mailbox>& newList,
+                                      const std::vector<Mailbox>& previousList);
   bool setInCloud(const CloudValues& there, const std::string& key, const std::string& bytes);
 
   UserDefaults& defaults_;
