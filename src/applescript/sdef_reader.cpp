@@ -110,10 +110,10 @@ class SdefReader {
     auto& singular = terms_->term(name);
     if (singular.classCode == 0 || singular.plural) {
       singular.classCode = code;
-      singular.plural = plural == name;
+      singular.plural = false;
     }
     auto& many = terms_->term(plural);
-    if (many.classCode == 0) {
+    if (many.classCode == 0 && plural != name) {
       many.classCode = code;
       many.plural = true;
     }

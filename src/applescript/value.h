@@ -48,6 +48,7 @@ enum class Kind : std::uint8_t {
   Specifier,  // a reference that nobody has resolved yet
   Test,       // the condition of a filter
   Live,       // an application's object, only while an event is being answered
+  Cell,       // a variable that closures share; never seen by scripts
 };
 
 // The key of a record field, or a name in general: a property of some dictionary (code), or a word of the

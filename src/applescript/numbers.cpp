@@ -1,0 +1,80 @@
+#include "applescript/numbers.h"
+
+#include <cmath>
+
+#include <fmt/format.h>
+
+#include "applescript/lexer.h"
+#include "base/number.h"
+#include "base/text.h"
+
+namespace quillbox::applescript {
+
+std::string formatReal(double value) {
+  if (std::isnan(value)) return "NaN";
+  if (std::isinf(value)) return value < 0 ? "-INF" : "INF";
+  const double size = std::fabs(value);
+  if (size == 0) return "0.0";
+  if (size < 10000 && size > 0.0001) {
+    auto text = fmt::format("{:.12g}", value);
+    // Twelve digits may have rounded it up to where the exponent begins.
+    if (text.find('e') == std::string::npos && std::fabs(parseReal(text).value_or(0)) < 10000) {
+      if (text.find('.') == std::string::npos) text += ".0";
+      return text;
+    }
+  }
+  auto text = fmt::format("{:.11e}", value);
+  const auto exponentAt = text.find('e');
+  auto mantissa = text.substr(0, exponentAt);
+  mantissa.erase(mantissa.find_last_not_of('0') + 1);
+  if (mantissa.back() == '.') mantissa += '0';
+  const char sign = text[exponentAt + 1];
+  auto exponent = text.substr(exponentAt + 2);
+  exponent.erase(0, std::min(exponent.find_first_not_of('0'), exponent.size() - 1));
+  return mantissa + "E" + sign + exponent;
+}
+
+std::optional<Value> parseNumber(std::string_view text) {
+  auto digits = text::trim(text);
+  if (digits.starts_with('+')) digits.remove_prefix(1);
+  if (digits.empty() || digits.starts_with('+')) return std::nullopt;
+  // Most texts that are read as numbers are short integers.
+  const auto unsignedDigits = digits.substr(digits.front() == '-' ? 1 : 0);
+  if (!unsignedDigits.empty() && unsignedDigits.size() <= 8) {
+    std::int64_t whole = 0;
+    bool plain = true;
+    for (const char c : unsignedDigits) {
+      plain = plain && c >= '0' && c <= '9';
+      whole = whole * 10 + (c - '0');
+    }
+    if (plain) return Value::integer(digits.front() == '-' ? -whole : whole);
+  }
+  const auto real = parseReal(digits);
+  if (!real) {
+    // "5." and ".5" read as numbers too.
+    std::string padded(digits);
+    if (padded.back() == '.') padded += '0';
+    if (padded.front() == '.') padded.insert(0, "0");
+    if (padded.starts_with("-.")) padded.insert(1, "0");
+    const auto again = padded == digits ? std::nullopt : parseReal(padded);
+    return again ? std::optional(Value::real(*again)) : std::nullopt;
+  }
+  const bool whole = digits.find_first_of(".eE") == std::string_view::npos;
+  if (whole && std::fabs(*real) <= static_cast<double>(kLargestInteger))
+    return Value::integer(static_cast<std::int64_t>(*real));
+  return Value::real(*real);
+}
+
+Value roundedNumber(double value) {
+  const double rounded = std::nearbyint(value);
+  if (std::fabs(rounded) <= static_cast<double>(kLargestInteger))
+    return Value::integer(static_cast<std::int64_t>(rounded));
+  return Value::real(rounded);
+}
+
+Value wholeNumber(std::int64_t value) {
+  if (value >= -kLargestInteger - 1 && value <= kLargestInteger) return Value::integer(value);
+  return Value::real(static_cast<double>(value));
+}
+
+}  // namespace quillbox::applescript

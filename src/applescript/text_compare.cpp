@@ -1,0 +1,258 @@
+#include "applescript/text_compare.h"
+
+#include <algorithm>
+#include <array>
+#include <vector>
+
+#include <unicode/coll.h>
+
+#include "base/result.h"
+#include "base/text.h"
+
+namespace quillbox::applescript {
+
+namespace {
+
+constexpr char lower(char c) {
+  return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
+}
+constexpr bool isLetter(char c) {
+  return lower(c) >= 'a' && lower(c) <= 'z';
+}
+
+bool isAscii(std::string_view text) {
+  return std::ranges::none_of(text, [](char c) { return (c & 0x80) != 0; });
+}
+
+// The order of the root collation among ASCII, so that plain texts need no collator.
+constexpr auto kAsciiOrder = [] {
+  std::array<std::uint8_t, 128> order{};
+  constexpr std::string_view marks = "\t\n\v\f\r _-,;:!?.'\"()[]{}@*/\\&#%`^+<=>|~$";
+  std::uint8_t next = 1;
+  for (const char c : marks) order[static_cast<std::size_t>(c)] = next++;
+  for (char c = '0'; c <= '9'; ++c) order[static_cast<std::size_t>(c)] = next++;
+  for (char c = 'a'; c <= 'z'; ++c) {
+    order[static_cast<std::size_t>(c)] = next;
+    order[static_cast<std::size_t>(c - ('a' - 'A'))] = next++;
+  }
+  return order;
+}();
+
+bool isPunctuation(std::string_view c) {
+  static constexpr std::string_view kMarks[] = {".", ",",  "?", ":", ";", "!", "\\",
+                                                "'", "\"", "`", "’", "‘", "“", "”"};
+  return std::ranges::find(kMarks, c) != std::end(kMarks);
+}
+bool isHyphen(std::string_view c) {
+  return c == "-" || c == "‐" || c == "‑";
+}
+bool isWhiteSpace(std::string_view c) {
+  return c == " " || c == "\t" || c == "\n" || c == "\r" || c == "\v" || c == "\f" || c == "\u00A0" ||
+         c == "\u2028" || c == "\u2029" || c == "\u3000";
+}
+
+}  // namespace
+
+// A text as a comparison sees it, with the way back to the original.
+struct TextComparer::Folded {
+  std::string text;
+  std::vector<std::size_t> begins;  // for each byte of text, where its character began
+  std::vector<std::size_t> ends;    // and ended
+};
+
+struct TextComparer::Collators {
+  std::unique_ptr<icu::Collator> collator;
+  Considering made;
+};
+
+TextComparer::TextComparer() = default;
+TextComparer::~TextComparer() = default;
+
+TextComparer::Folded TextComparer::fold(std::string_view text) const {
+  Folded folded;
+  folded.text.reserve(text.size());
+  for (std::size_t at = 0; at < text.size();) {
+    const auto begin = at;
+    if ((text[at] & 0x80) == 0) {
+      ++at;
+    } else {
+      text::nextCodePoint(text, at);
+    }
+    const auto character = text.substr(begin, at - begin);
+    if (!takesPart(character)) continue;
+    std::string piece(character);
+    if (character.size() > 1) {
+      if (!considering.letterCase) piece = text::foldCase(piece);
+      if (!considering.diacriticals) piece = text::foldDiacritics(piece);
+    } else if (!considering.letterCase) {
+      piece[0] = lower(piece[0]);
+    }
+    folded.text += piece;
+    folded.begins.insert(folded.begins.end(), piece.size(), begin);
+    folded.ends.insert(folded.ends.end(), piece.size(), at);
+  }
+  return folded;
+}
+
+// Whether a character takes part at all.
+bool TextComparer::takesPart(std::string_view character) const {
+  if (!considering.punctuation && isPunctuation(character)) return false;
+  if (!considering.hyphens && isHyphen(character)) return false;
+  return considering.whiteSpace || !isWhiteSpace(character);
+}
+
+// Equal keys, equal texts.
+std::string TextComparer::key(std::string_view text) const {
+  auto result = considering.dropsNothing() ? std::string(text) : fold(text).text;
+  // Composed and decomposed spellings are the same text.
+  if (!isAscii(result)) result = text::normalizeNfc(result);
+  if (!considering.letterCase) result = text::foldCase(result);
+  if (!considering.numericStrings) return result;
+  std::string numeric;
+  for (std::size_t i = 0; i < result.size(); ++i) {
+    const bool afterDigit = !numeric.empty() && numeric.back() >= '0' && numeric.back() <= '9';
+    const bool beforeDigit = i + 1 < result.size() && result[i + 1] >= '0' && result[i + 1] <= '9';
+    if (result[i] == '0' && !afterDigit && beforeDigit) continue;
+    numeric += result[i];
+  }
+  return numeric;
+}
+
+bool TextComparer::equal(std::string_view left, std::string_view right) const {
+  if (left == right) return true;
+  if (considering.dropsNothing() && !considering.numericStrings) {
+    const bool ascii = isAscii(left) && isAscii(right);
+    if (ascii && considering.letterCase) return false;
+    if (ascii) {
+      return left.size() == right.size() &&
+             std::ranges::equal(left, right, [](char a, char b) { return lower(a) == lower(b); });
+    }
+  }
+  return key(left) == key(right);
+}
+
+int TextComparer::compare(std::string_view left, std::string_view right) const {
+  if (equal(left, right)) return 0;
+  if (considering.dropsNothing() && !considering.numericStrings && isAscii(left) && isAscii(right)) {
+    const auto shorter = std::min(left.size(), right.size());
+    for (std::size_t i = 0; i < shorter; ++i) {
+      const int difference =
+          kAsciiOrder[static_cast<std::size_t>(left[i])] - kAsciiOrder[static_cast<std::size_t>(right[i])];
+      if (difference != 0) return difference;
+    }
+    if (left.size() != right.size()) return left.size() < right.size() ? -1 : 1;
+    // Only case tells them apart: small letters come first.
+    for (std::size_t i = 0; i < shorter; ++i) {
+      if (left[i] != right[i]) return left[i] > right[i] ? -1 : 1;
+    }
+    return 0;
+  }
+  if (!collators_ || collators_->made != considering) {
+    UErrorCode status = U_ZERO_ERROR;
+    auto made = std::make_unique<Collators>();
+    made->collator.reset(icu::Collator::createInstance(icu::Locale::getRoot(), status));
+    if (U_FAILURE(status)) fatal("ICU has no root collation");
+    made->collator->setStrength(considering.letterCase     ? icu::Collator::TERTIARY
+                                : considering.diacriticals ? icu::Collator::SECONDARY
+                                                           : icu::Collator::PRIMARY);
+    if (considering.numericStrings) made->collator->setAttribute(UCOL_NUMERIC_COLLATION, UCOL_ON, status);
+    made->made = considering;
+    collators_ = std::move(made);
+  }
+  const auto a = considering.dropsNothing() ? std::string(left) : fold(left).text;
+  const auto b = considering.dropsNothing() ? std::string(right) : fold(right).text;
+  UErrorCode status = U_ZERO_ERROR;
+  const auto order = collators_->collator->compareUTF8(
+      icu::StringPiece(a.data(), static_cast<std::int32_t>(a.size())),
+      icu::StringPiece(b.data(), static_cast<std::int32_t>(b.size())), status);
+  return order == UCOL_LESS ? -1 : order == UCOL_GREATER ? 1 : 0;
+}
+
+std::optional<std::pair<std::size_t, std::size_t>> TextComparer::find(std::string_view text,
+                                                                      std::string_view needle,
+                                                                      std::size_t from) const {
+  if (needle.empty() || from > text.size()) return std::nullopt;
+  if (considering.dropsNothing() && isAscii(needle)) {
+    if (considering.letterCase || std::ranges::none_of(needle, isLetter)) {
+      const auto at = text.find(needle, from);
+      if (at == std::string_view::npos) return std::nullopt;
+      return std::pair{at, at + needle.size()};
+    }
+    const char first = lower(needle[0]);
+    for (std::size_t at = from; at + needle.size() <= text.size(); ++at) {
+      if (lower(text[at]) != first) continue;
+      std::size_t same = 1;
+      while (same < needle.size() && lower(text[at + same]) == lower(needle[same])) ++same;
+      if (same == needle.size()) return std::pair{at, at + same};
+    }
+    return std::nullopt;
+  }
+  if (considering.dropsNothing() && considering.letterCase) {
+    const auto at = text.find(needle, from);
+    if (at == std::string_view::npos) return std::nullopt;
+    return std::pair{at, at + needle.size()};
+  }
+  const auto where = fold(text.substr(from));
+  const auto what = fold(needle).text;
+  if (what.empty()) return std::nullopt;
+  const auto at = where.text.find(what);
+  if (at == std::string::npos) return std::nullopt;
+  return std::pair{from + where.begins[at], from + where.ends[at + what.size() - 1]};
+}
+
+std::vector<std::pair<std::size_t, std::size_t>> TextComparer::findAll(
+    std::string_view text, const std::vector<std::string_view>& needles) const {
+  std::vector<std::pair<std::size_t, std::size_t>> found;
+  const bool direct = considering.dropsNothing() && std::ranges::all_of(needles, isAscii);
+  // Folded once, so that many matches do not fold the rest of the text many times.
+  Folded folded;
+  std::vector<std::string> keys;
+  if (!direct) {
+    folded = fold(text);
+    for (const auto& needle : needles) keys.push_back(fold(needle).text);
+  }
+  using Match = std::optional<std::pair<std::size_t, std::size_t>>;
+  const auto search = [&](std::size_t needle, std::size_t from) -> Match {
+    if (direct) return find(text, needles[needle], from);
+    if (keys[needle].empty()) return std::nullopt;
+    const auto at = folded.text.find(keys[needle], from);
+    return at == std::string::npos ? Match() : Match(std::pair{at, at + keys[needle].size()});
+  };
+  std::vector<Match> next(needles.size());
+  for (std::size_t i = 0; i < needles.size(); ++i) next[i] = search(i, 0);
+  for (;;) {
+    const Match* first = nullptr;
+    for (const auto& match : next) {
+      if (match && (!first || match->first < (*first)->first ||
+                    (match->first == (*first)->first && match->second > (*first)->second)))
+        first = &match;
+    }
+    if (!first) break;
+    const auto [begin, end] = **first;
+    found.emplace_back(direct ? begin : folded.begins[begin], direct ? end : folded.ends[end - 1]);
+    for (std::size_t i = 0; i < needles.size(); ++i) {
+      if (next[i] && next[i]->first < end) next[i] = search(i, end);
+    }
+  }
+  return found;
+}
+
+bool TextComparer::contains(std::string_view text, std::string_view part) const {
+  return part.empty() || find(text, part).has_value();
+}
+
+bool TextComparer::beginsWith(std::string_view text, std::string_view part) const {
+  if (part.empty()) return true;
+  if (considering.dropsNothing() && part.size() <= text.size() && isAscii(part))
+    return equal(text.substr(0, part.size()), part);
+  return fold(text).text.starts_with(fold(part).text);
+}
+
+bool TextComparer::endsWith(std::string_view text, std::string_view part) const {
+  if (part.empty()) return true;
+  if (considering.dropsNothing() && part.size() <= text.size() && isAscii(part))
+    return equal(text.substr(text.size() - part.size()), part);
+  return fold(text).text.ends_with(fold(part).text);
+}
+
+}  // namespace quillbox::applescript
