@@ -29,7 +29,9 @@ constexpr std::array<TypeName, 5> kTypes = {{{AccountType::imap, "imap"},
                                              {AccountType::iCloud, "iCloud"},
                                              {AccountType::unknown, "unknown"}}};
 
-std::string_view layoutName(Layout layout) { return layout == Layout::nested ? "nested" : "maildir++"; }
+std::string_view layoutName(Layout layout) {
+  return layout == Layout::nested ? "nested" : "maildir++";
+}
 
 Result<void> checkName(std::string_view name) {
   const auto refuse = [&](std::string_view why) {
@@ -66,7 +68,9 @@ Json encode(const MailAccount& account) {
 
 }  // namespace
 
-std::string_view accountTypeName(AccountType type) { return std::ranges::find(kTypes, type, &TypeName::type)->name; }
+std::string_view accountTypeName(AccountType type) {
+  return std::ranges::find(kTypes, type, &TypeName::type)->name;
+}
 
 std::optional<AccountType> accountTypeFromName(std::string_view name) {
   const auto folded = text::foldCase(name);
@@ -108,7 +112,8 @@ Result<std::vector<MailAccount>> AccountStore::decode(const std::string& text) c
     if (const auto enabled = item.find("enabled"); enabled != item.end() && enabled->is_boolean()) {
       account.enabled = enabled->get<bool>();
     }
-    if (const auto addresses = item.find("emailAddresses"); addresses != item.end() && addresses->is_array()) {
+    if (const auto addresses = item.find("emailAddresses");
+        addresses != item.end() && addresses->is_array()) {
       for (const auto& address : *addresses) {
         if (address.is_string()) account.emailAddresses.push_back(address.get<std::string>());
       }
@@ -127,7 +132,8 @@ Result<std::vector<MailAccount>> AccountStore::load() {
     read_.reset();
     return known_;
   }
-  if (read_ && read_->inode == info->inode && read_->modified == info->modified && read_->size == info->size) {
+  if (read_ && read_->inode == info->inode && read_->modified == info->modified &&
+      read_->size == info->size) {
     return known_;
   }
   const auto text = files.read(file(), kLargest);
@@ -167,8 +173,13 @@ Result<MailAccount> AccountStore::localStore() {
 }
 
 Result<std::unique_ptr<FileLock>> AccountStore::lock() {
-  if (auto made = makeDirectories(environment_.files, environment_.directory, 0700); !made) return forward(made);
+  if (auto made = makeDirectories(environment_.files, environment_.directory, 0700); !made)
+    return forward(made);
   return environment_.files.lock(environment_.directory / "accounts.lock", std::chrono::seconds(10));
+}
+
+void AccountStore::removeDrafts() {
+  if (const auto held = lock()) removeDraftsOf(environment_.files, file());
 }
 
 Result<void> AccountStore::save(const std::vector<MailAccount>& all) {
@@ -194,12 +205,14 @@ Result<MailAccount> AccountStore::add(MailAccount account) {
   if (!held) return forward(held);
   auto all = load();
   if (!all) return forward(all);
-  const bool taken = std::ranges::any_of(*all, [&](const MailAccount& other) { return other.name == account.name; });
+  const bool taken =
+      std::ranges::any_of(*all, [&](const MailAccount& other) { return other.name == account.name; });
   if (taken && !account.isLocal()) {
     return fail(error_number::accountExists, fmt::format("There is an account “{}” already", account.name));
   }
   std::erase_if(*all, [&](const MailAccount& other) { return other.name == account.name; });
-  account.id = account.isLocal() ? std::string(localAccountName) : uuidFromRandom(environment_.random.bytes16());
+  account.id =
+      account.isLocal() ? std::string(localAccountName) : uuidFromRandom(environment_.random.bytes16());
   all->push_back(account);
   if (auto saved = save(*all); !saved) return forward(saved);
   return account;

@@ -40,20 +40,25 @@ class AccountStore {
  public:
   explicit AccountStore(const Environment& environment) : environment_(environment) {}
 
-  // The accounts in the order in which they were added, without the local store. Reads the file again when it changed.
-  // A file that does not decode is kept aside under another name, logged, and the list is empty.
+  // The accounts in the order in which they were added, without the local store. Reads the file again when it
+  // changed. A file that does not decode is kept aside under another name, logged, and the list is empty.
   Result<std::vector<MailAccount>> accounts();
-  // Where the local mailboxes are: mail/local, which need not be there yet, unless they were pointed elsewhere.
+  // Where the local mailboxes are: mail/local, which need not be there yet, unless they were pointed
+  // elsewhere.
   Result<MailAccount> localStore();
 
-  // Adds an account over the Maildir at `account.path`, an absolute path; `id` and `layout` are filled in. The name
-  // "On My Mac" points the local mailboxes there. Fails with accountExists, invalidName or maildirUnusable.
+  // Adds an account over the Maildir at `account.path`, an absolute path; `id` and `layout` are filled in.
+  // The name "On My Mac" points the local mailboxes there. Fails with accountExists, invalidName or
+  // maildirUnusable.
   Result<MailAccount> add(MailAccount account);
   // Forgets the account; its mail stays where it is. Fails with accountNotFound.
   Result<void> remove(std::string_view name);
-  // Replaces the account with the same id. Fails with accountNotFound, accountExists (another has the new name) or
-  // invalidName.
+  // Replaces the account with the same id. Fails with accountNotFound, accountExists (another has the new
+  // name) or invalidName.
   Result<void> update(const MailAccount& account);
+
+  // Removes drafts that a process that died has left.
+  void removeDrafts();
 
  private:
   Result<std::vector<MailAccount>> load();

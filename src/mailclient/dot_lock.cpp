@@ -29,7 +29,8 @@ Path draftPath(const Path& file, std::string_view token) {
   return path;
 }
 
-Result<void> writeDraft(FileSystem& files, const Path& draft, std::string_view bytes, std::uint32_t permissions) {
+Result<void> writeDraft(FileSystem& files, const Path& draft, std::string_view bytes,
+                        std::uint32_t permissions) {
   auto file = files.create(draft, CreateMode::exclusive, permissions);
   if (!file) return forward(file);
   if (auto done = (*file)->write(bytes); !done) return done;
@@ -71,7 +72,9 @@ void DotLock::removeLeftover(FileSystem& files, const Path& file, std::string_vi
 }
 
 DotLock::DotLock(DotLock&& other) noexcept
-    : files_(std::exchange(other.files_, nullptr)), file_(std::move(other.file_)), token_(std::move(other.token_)) {}
+    : files_(std::exchange(other.files_, nullptr)),
+      file_(std::move(other.file_)),
+      token_(std::move(other.token_)) {}
 
 DotLock::~DotLock() {
   if (files_ != nullptr) (void)files_->remove(lockPath(file_));

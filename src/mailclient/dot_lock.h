@@ -1,4 +1,5 @@
-// The lock that mail programs put beside a shared file: NAME.lock, made exclusively by whoever changes the file.
+// The lock that mail programs put beside a shared file: NAME.lock, made exclusively by whoever changes the
+// file.
 #pragma once
 
 #include <string>
@@ -9,11 +10,12 @@
 
 namespace quillbox::mailclient {
 
-// Holds FILE.lock, which contains `token` from the moment on at which it exists; destroying it removes the lock.
+// Holds FILE.lock, which contains `token` from the moment on at which it exists; destroying it removes the
+// lock.
 class DotLock {
  public:
-  // Waits up to two seconds for another program to give the lock up, and takes a lock away that is older than ten
-  // minutes (its owner died). Fails with EEXIST; the message names the lock.
+  // Waits up to two seconds for another program to give the lock up, and takes a lock away that is older than
+  // ten minutes (its owner died). Fails with EEXIST; the message names the lock.
   static Result<DotLock> take(const Environment& environment, const Path& file, std::string_view token);
   // Removes what a run that died under this token has left beside `file`.
   static void removeLeftover(FileSystem& files, const Path& file, std::string_view token);

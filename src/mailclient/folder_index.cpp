@@ -29,7 +29,8 @@ bool isBefore(const MessageFile& a, std::int64_t aTime, const MessageFile& b, st
 
 Result<FolderIndex> FolderIndex::scan(FileSystem& files, const Path& folder) {
   FolderIndex index;
-  const auto listOne = [&](const char* part, Subfolder subfolder, std::chrono::nanoseconds& modified) -> Result<void> {
+  const auto listOne = [&](const char* part, Subfolder subfolder,
+                           std::chrono::nanoseconds& modified) -> Result<void> {
     const Path directory = folder / part;
     const auto info = files.info(directory);
     if (!info) {
@@ -55,7 +56,8 @@ Result<FolderIndex> FolderIndex::scan(FileSystem& files, const Path& folder) {
     const auto time = deliveryTime(file.name);
     keyed.emplace_back(time, std::move(file));
   }
-  std::ranges::sort(keyed, [](const auto& a, const auto& b) { return isBefore(a.second, a.first, b.second, b.first); });
+  std::ranges::sort(
+      keyed, [](const auto& a, const auto& b) { return isBefore(a.second, a.first, b.second, b.first); });
   index.files_.clear();
   for (auto& [time, file] : keyed) {
     const bool again = !index.files_.empty() && file.subfolder == Subfolder::fresh &&
@@ -79,9 +81,13 @@ const MessageFile* FolderIndex::find(std::string_view id) const {
   return place != files_.end() && stableId(place->name) == id ? &*place : nullptr;
 }
 
-void FolderIndex::renamed(std::string_view id, MessageFile file) { changed_[std::string(id)] = std::move(file); }
+void FolderIndex::renamed(std::string_view id, MessageFile file) {
+  changed_[std::string(id)] = std::move(file);
+}
 
-void FolderIndex::removed(std::string_view id) { changed_[std::string(id)] = MessageFile{}; }
+void FolderIndex::removed(std::string_view id) {
+  changed_[std::string(id)] = MessageFile{};
+}
 
 bool FolderIndex::isCurrent(FileSystem& files, const Path& folder) const {
   const auto same = [&](const char* part, std::chrono::nanoseconds modified) {

@@ -28,8 +28,8 @@ struct MessageFile {
 // A snapshot, kept right for our own changes. About 120 bytes a message.
 class FolderIndex {
  public:
-  // Lists cur/ and new/. Hidden names, folders and special files are no messages. Fails with ENOENT when the folder
-  // is gone.
+  // Lists cur/ and new/. Hidden names, folders and special files are no messages. Fails with ENOENT when the
+  // folder is gone.
   static Result<FolderIndex> scan(FileSystem& files, const Path& folder);
 
   // Newest first, by the time with which a delivery agent begins a name; equal times by name.
@@ -37,13 +37,13 @@ class FolderIndex {
   // By stableId (message_name.h); nullptr when there is none. One in cur/ comes before one in new/.
   const MessageFile* find(std::string_view id) const;
 
-  // Our own changes, so that a filing of many messages needs one listing only. What they add is found by find() but
-  // not among files() until the next scan.
+  // Our own changes, so that a filing of many messages needs one listing only. What they add is found by
+  // find() but not among files() until the next scan.
   void renamed(std::string_view id, MessageFile file);
   void removed(std::string_view id);
 
-  // Whether the directories are as they were when they were listed. A change within the second of the listing cannot
-  // be told by the times, so a listing that young counts as changed.
+  // Whether the directories are as they were when they were listed. A change within the second of the listing
+  // cannot be told by the times, so a listing that young counts as changed.
   bool isCurrent(FileSystem& files, const Path& folder) const;
 
  private:

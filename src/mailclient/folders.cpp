@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <optional>
-#include <set>
 
 #include <fmt/format.h>
 
@@ -41,7 +40,9 @@ bool isDirectory(FileSystem& files, const Path& path) {
   return info && info->kind == FileKind::directory;
 }
 
-bool isMaildir(FileSystem& files, const Path& directory) { return isDirectory(files, directory / "cur"); }
+bool isMaildir(FileSystem& files, const Path& directory) {
+  return isDirectory(files, directory / "cur");
+}
 
 // ---- Maildir++ names ----
 
@@ -67,8 +68,8 @@ std::string rawComponent(std::string_view shown) {
   return holdsReadableByte(shown) ? bytesOfReadable(shown) : encodeModifiedUtf7(shown);
 }
 
-// ".Work.2024" gives "Work/2024". A folder ".INBOX" beside the root would be a second "INBOX": it is shown with its
-// dot, which no other component can hold.
+// ".Work.2024" gives "Work/2024". A folder ".INBOX" beside the root would be a second "INBOX": it is shown
+// with its dot, which no other component can hold.
 std::string shownDotted(std::string_view directoryName) {
   std::string path;
   if (directoryName == ".INBOX") return std::string(directoryName);
@@ -111,11 +112,14 @@ Result<FolderList> listDotted(FileSystem& files, const Path& root) {
 
 // ---- nested names ----
 
-bool isReserved(std::string_view name) { return name == "cur" || name == "new" || name == "tmp"; }
+bool isReserved(std::string_view name) {
+  return name == "cur" || name == "new" || name == "tmp";
+}
 
 class NestedWalk {
  public:
-  NestedWalk(FileSystem& files, FolderList& list) : files_(files), list_(list) {}
+  NestedWalk(FileSystem& files, FolderList& list, const Path& root)
+      : files_(files), list_(list), root_(root) {}
 
   // Whether `directory` is a mailbox itself; walks into everything below it.
   Result<bool> walk(const Path& directory, const std::string& path, int depth) {
@@ -141,12 +145,12 @@ class NestedWalk {
   }
 
  private:
-  void visit(const Path& directory, const std::string& path, const std::string& name, FileKind kind, int depth) {
+  void visit(const Path& directory, const std::string& path, const std::string& name, FileKind kind,
+             int depth) {
     const Path child = directory / name;
     if (kind == FileKind::symbolicLink) {
       const auto info = files_.info(child);
-      if (!info || info->kind != FileKind::directory) return;
-      if (!linked_.insert({info->device, info->inode}).second) return;
+      if (!info || info->kind != FileKind::directory || leadsBack(directory, *info)) return;
     } else if (kind != FileKind::directory) {
       return;
     }
@@ -158,14 +162,24 @@ class NestedWalk {
     }
   }
 
+  // Whether a link in `directory` leads to a folder that holds it: following it would never end.
+  bool leadsBack(Path directory, const FileInfo& target) const {
+    while (true) {
+      const auto above = files_.info(directory);
+      if (!above || (above->device == target.device && above->inode == target.inode)) return true;
+      if (directory == root_) return false;
+      directory = directory.parent_path();
+    }
+  }
+
   FileSystem& files_;
   FolderList& list_;
-  std::set<std::pair<std::uint64_t, std::uint64_t>> linked_;
+  const Path& root_;
 };
 
 Result<FolderList> listNested(FileSystem& files, const Path& root) {
   FolderList list;
-  const auto walked = NestedWalk(files, list).walk(root, "", 0);
+  const auto walked = NestedWalk(files, list, root).walk(root, "", 0);
   if (!walked) return forward(walked);
   if (*walked) {
     const bool taken = std::ranges::any_of(list.folders, [](const Folder& f) { return f.path == inboxName; });
@@ -224,8 +238,8 @@ Result<Layout> detectLayout(FileSystem& files, const Path& root) {
     if (info.error().number == ENOENT) {
       return fail(error_number::maildirUnusable, fmt::format("The folder {} does not exist", shown));
     }
-    return fail(error_number::maildirUnusable, fmt::format("The folder {} can’t be read: {}", shown,
-                                                           info.error().message));
+    return fail(error_number::maildirUnusable,
+                fmt::format("The folder {} can’t be read: {}", shown, info.error().message));
   }
   if (info->kind != FileKind::directory) {
     return fail(error_number::maildirUnusable, fmt::format("{} is not a folder", shown));
@@ -254,8 +268,10 @@ Result<Layout> detectLayout(FileSystem& files, const Path& root) {
       children, [&](const std::string& name) { return holdsMaildir(files, root / name, 4); });
   if (nested) return Layout::nested;
   if (hasCur && hasNew) return Layout::maildirPlusPlus;
-  return fail(error_number::maildirUnusable,
-              fmt::format("The folder {} is not a Maildir: neither it nor a folder inside it holds cur and new", shown));
+  return fail(
+      error_number::maildirUnusable,
+      fmt::format("The folder {} is not a Maildir: neither it nor a folder inside it holds cur and new",
+                  shown));
 }
 
 Result<FolderList> listFolders(FileSystem& files, const Path& root, Layout layout) {
@@ -266,16 +282,17 @@ Result<FolderList> listFolders(FileSystem& files, const Path& root, Layout layou
     const bool aInbox = a.path == inboxName;
     const bool bInbox = b.path == inboxName;
     if (aInbox != bInbox) return aInbox;
-    return std::ranges::lexicographical_compare(a.path, b.path, {}, [](char c) { return c == '/' ? 0 : c + 256; },
-                                                [](char c) { return c == '/' ? 0 : c + 256; });
+    const auto rank = [](char c) { return c == '/' ? 0 : 1 + static_cast<unsigned char>(c); };
+    return std::ranges::lexicographical_compare(a.path, b.path, {}, rank, rank);
   };
   std::ranges::sort(list->folders, before);
   return list;
 }
 
 Result<Folder> findFolder(FileSystem& files, const Path& root, Layout layout, std::string_view path) {
-  const auto missing = fail(error_number::mailboxNotFound,
-                            fmt::format("The mailbox “{}” could not be found", text::singleLine(readableBytes(path))));
+  const auto missing =
+      fail(error_number::mailboxNotFound,
+           fmt::format("The mailbox “{}” could not be found", text::singleLine(readableBytes(path))));
   std::string wanted(path);
   if (sameIgnoringAsciiCase(wanted, inboxName)) {
     if (layout == Layout::nested) {
@@ -303,7 +320,8 @@ Result<Folder> findFolder(FileSystem& files, const Path& root, Layout layout, st
   }
   const auto cur = files.info(directory / "cur");
   if (cur && cur->kind == FileKind::directory) return Folder{wanted, directory};
-  if (!cur && cur.error().number != ENOENT && cur.error().number != ENOTDIR && cur.error().number != ENAMETOOLONG) {
+  if (!cur && cur.error().number != ENOENT && cur.error().number != ENOTDIR &&
+      cur.error().number != ENAMETOOLONG) {
     return fail(error_number::maildirUnusable,
                 fmt::format("The mailbox “{}” can’t be read: {}", wanted, cur.error().message));
   }
@@ -327,7 +345,8 @@ Result<void> checkNewPath(Layout layout, std::string_view path) {
     std::size_t length = part.size();
     if (layout == Layout::maildirPlusPlus) {
       if (part.find('.') != std::string::npos) {
-        return refuse("mailboxes of this account can’t have a “.” in their name (it separates the levels on disk)");
+        return refuse(
+            "mailboxes of this account can’t have a “.” in their name (it separates the levels on disk)");
       }
       length = dottedName(path).size();
     } else {

@@ -21,10 +21,12 @@ struct TextRelease {
 };
 using GText = std::unique_ptr<char, TextRelease>;
 
-inline std::string textOf(const char* text) { return text == nullptr ? std::string() : std::string(text); }
+inline std::string textOf(const char* text) {
+  return text == nullptr ? std::string() : std::string(text);
+}
 
-// Options that read bytes which claim no charset as UTF-8 or windows-1252. Prepares the library when first called;
-// any thread.
+// Options that read bytes which claim no charset as UTF-8 or windows-1252. Prepares the library when first
+// called; any thread.
 GMimeParserOptions* parserOptions();
 
 }  // namespace quillbox::mailclient

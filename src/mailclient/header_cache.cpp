@@ -5,6 +5,7 @@
 #include <cstring>
 #include <optional>
 #include <utility>
+#include <vector>
 
 #include <fmt/format.h>
 
@@ -13,8 +14,9 @@
 namespace quillbox::mailclient {
 namespace {
 
-// The file: magic; checksum of everything behind it (8 bytes); length of the folder's path (4) and the path; then for
-// each message the hash of its id (8), the length of its entry (4) and the entry. Numbers are little endian.
+// The file: magic; checksum of everything behind it (8 bytes); length of the folder's path (4) and the path;
+// then for each message the hash of its id (8), the length of its entry (4) and the entry. Numbers are little
+// endian.
 constexpr std::string_view kMagic = "QBHEAD01";
 constexpr std::uint64_t kLargest = 1ULL << 30;
 
@@ -173,6 +175,18 @@ Result<CachedHeaders> HeaderCache::get(const Path& folder, const MessageFile& fi
   return read;
 }
 
+void HeaderCache::removeDrafts() {
+  const auto lock = environment_.files.lock(environment_.directory / "cache.lock", std::chrono::seconds(0));
+  if (!lock) return;
+  const auto folder = environment_.directory / "cache";
+  std::vector<Path> drafts;
+  (void)environment_.files.list(folder, [&](std::string_view name, FileKind) {
+    if (name.ends_with(".tmp")) drafts.push_back(folder / name);
+    return true;
+  });
+  for (const auto& draft : drafts) (void)environment_.files.remove(draft);
+}
+
 void HeaderCache::save(const Path& folder, const FolderIndex& index) {
   auto& headers = open(folder);
   if (headers.unsaved <= kMany) return;
@@ -194,6 +208,9 @@ void HeaderCache::save(const Path& folder, const FolderIndex& index) {
   headers.unsaved = 0;
   auto written = makeDirectories(environment_.files, environment_.directory / "cache", 0700);
   if (written) {
+    // Whoever writes now knows no less.
+    const auto lock = environment_.files.lock(environment_.directory / "cache.lock", std::chrono::seconds(0));
+    if (!lock) return;
     written = writeAtomically(environment_.files, fileOf(headers.folder), bytes, 0600, environment_.token());
   }
   if (!written) {

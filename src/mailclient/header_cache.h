@@ -14,34 +14,37 @@
 
 namespace quillbox::mailclient {
 
-// What is kept of a message. A message's bytes never change, so an entry stays right as long as its file exists.
+// What is kept of a message. A message's bytes never change, so an entry stays right as long as its file
+// exists.
 struct CachedHeaders {
   HeaderSummary summary;
   std::int64_t received = 0;  // modification time, seconds since 1970 UTC
   std::uint64_t size = 0;     // bytes
 };
 
-// In memory for the folders last used, and on disk in one file for each folder, mail/cache/NAME: it may be deleted at
-// any time, and one that does not decode is made anew. Used under the lock of MailClient.
+// In memory for the folders last used, and on disk in one file for each folder, mail/cache/NAME: it may be
+// deleted at any time, and one that does not decode is made anew. Used under the lock of MailClient.
 class HeaderCache {
  public:
   explicit HeaderCache(const Environment& environment) : environment_(environment) {}
 
-  // Says that about `count` messages of the folder will be asked for: when that are many, what the disk remembers of
-  // them is read first.
+  // Says that about `count` messages of the folder will be asked for: when that are many, what the disk
+  // remembers of them is read first.
   void expect(const Path& folder, std::size_t count);
   // Reads the message's header unless it is known. Fails as the file system does.
   Result<CachedHeaders> get(const Path& folder, const MessageFile& file);
-  // Writes what was learnt of the folder since, when that is much, without the messages that are not in `index` any
-  // more. Failing to write loses nothing but time.
+  // Writes what was learnt of the folder since, when that is much, without the messages that are not in
+  // `index` any more. Failing to write loses nothing but time.
   void save(const Path& folder, const FolderIndex& index);
+  // Removes drafts that a process that died has left.
+  void removeDrafts();
 
  private:
   static constexpr std::size_t kFolders = 8;
   static constexpr std::size_t kMany = 128;
 
-  // Entries are encoded one behind the other, and found by a 64-bit hash of the message's stable id: some 30 bytes a
-  // message beside its headers.
+  // Entries are encoded one behind the other, and found by a 64-bit hash of the message's stable id: some 30
+  // bytes a message beside its headers.
   struct FolderHeaders {
     std::string folder;
     std::string entries;

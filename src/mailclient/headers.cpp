@@ -1,5 +1,5 @@
-// The header half of mime.h. The block is split into fields here, so that nothing a message holds in its headers
-// (NUL bytes, lines without a colon, no end) hides what comes after it; GMime decodes the values.
+// The header half of mime.h. The block is split into fields here, so that nothing a message holds in its
+// headers (NUL bytes, lines without a colon, no end) hides what comes after it; GMime decodes the values.
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
@@ -74,8 +74,9 @@ void collect(InternetAddressList* list, std::vector<Address>& out) {
     if (INTERNET_ADDRESS_IS_GROUP(item)) {
       collect(internet_address_group_get_members(INTERNET_ADDRESS_GROUP(item)), out);
     } else if (INTERNET_ADDRESS_IS_MAILBOX(item)) {
-      out.push_back({text::toValidUtf8(textOf(internet_address_get_name(item))),
-                     text::toValidUtf8(textOf(internet_address_mailbox_get_addr(INTERNET_ADDRESS_MAILBOX(item))))});
+      out.push_back(
+          {text::toValidUtf8(textOf(internet_address_get_name(item))),
+           text::toValidUtf8(textOf(internet_address_mailbox_get_addr(INTERNET_ADDRESS_MAILBOX(item))))});
     }
   }
 }
@@ -228,13 +229,14 @@ std::string extractAddress(std::string_view from) {
 std::string isoTime(std::int64_t seconds) {
   using namespace std::chrono;
   // The years that four digits can write.
-  const auto at = sys_seconds(std::chrono::seconds(std::clamp<std::int64_t>(seconds, -62167219200, 253402300799)));
+  const auto at =
+      sys_seconds(std::chrono::seconds(std::clamp<std::int64_t>(seconds, -62167219200, 253402300799)));
   const auto day = floor<days>(at);
   const year_month_day date(day);
   const hh_mm_ss time(at - day);
   return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}Z", static_cast<int>(date.year()),
-                     static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()), time.hours().count(),
-                     time.minutes().count(), time.seconds().count());
+                     static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
+                     time.hours().count(), time.minutes().count(), time.seconds().count());
 }
 
 }  // namespace quillbox::mailclient

@@ -12,14 +12,14 @@ namespace quillbox::mailclient {
 namespace {
 
 constexpr std::array<std::pair<std::string_view, char32_t>, 40> kEntities = {{
-    {"amp", U'&'},       {"lt", U'<'},        {"gt", U'>'},        {"quot", U'"'},      {"apos", U'\''},
-    {"nbsp", U' '},      {"copy", 0xa9},      {"reg", 0xae},       {"trade", 0x2122},   {"euro", 0x20ac},
-    {"pound", 0xa3},     {"yen", 0xa5},       {"cent", 0xa2},      {"sect", 0xa7},      {"para", 0xb6},
-    {"deg", 0xb0},       {"middot", 0xb7},    {"bull", 0x2022},    {"hellip", 0x2026},  {"ndash", 0x2013},
-    {"mdash", 0x2014},   {"lsquo", 0x2018},   {"rsquo", 0x2019},   {"ldquo", 0x201c},   {"rdquo", 0x201d},
-    {"laquo", 0xab},     {"raquo", 0xbb},     {"auml", 0xe4},      {"ouml", 0xf6},      {"uuml", 0xfc},
-    {"Auml", 0xc4},      {"Ouml", 0xd6},      {"Uuml", 0xdc},      {"szlig", 0xdf},     {"eacute", 0xe9},
-    {"egrave", 0xe8},    {"agrave", 0xe0},    {"ccedil", 0xe7},    {"ntilde", 0xf1},    {"times", 0xd7},
+    {"amp", U'&'},     {"lt", U'<'},      {"gt", U'>'},      {"quot", U'"'},     {"apos", U'\''},
+    {"nbsp", U' '},    {"copy", 0xa9},    {"reg", 0xae},     {"trade", 0x2122},  {"euro", 0x20ac},
+    {"pound", 0xa3},   {"yen", 0xa5},     {"cent", 0xa2},    {"sect", 0xa7},     {"para", 0xb6},
+    {"deg", 0xb0},     {"middot", 0xb7},  {"bull", 0x2022},  {"hellip", 0x2026}, {"ndash", 0x2013},
+    {"mdash", 0x2014}, {"lsquo", 0x2018}, {"rsquo", 0x2019}, {"ldquo", 0x201c},  {"rdquo", 0x201d},
+    {"laquo", 0xab},   {"raquo", 0xbb},   {"auml", 0xe4},    {"ouml", 0xf6},     {"uuml", 0xfc},
+    {"Auml", 0xc4},    {"Ouml", 0xd6},    {"Uuml", 0xdc},    {"szlig", 0xdf},    {"eacute", 0xe9},
+    {"egrave", 0xe8},  {"agrave", 0xe0},  {"ccedil", 0xe7},  {"ntilde", 0xf1},   {"times", 0xd7},
 }};
 
 constexpr std::array<std::string_view, 22> kBlocks = {
@@ -33,7 +33,9 @@ bool isOneOf(const std::array<std::string_view, N>& names, std::string_view name
   return std::ranges::find(names, name) != names.end();
 }
 
-bool isSpace(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\f'; }
+bool isSpace(char c) {
+  return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\f';
+}
 
 class Reader {
  public:
@@ -42,8 +44,10 @@ class Reader {
   std::string read() {
     while (at_ < html_.size()) {
       if (html_[at_] == '<' && tag()) continue;
-      if (silent_.empty()) character();
-      else ++at_;
+      if (silent_.empty())
+        character();
+      else
+        ++at_;
     }
     while (!out_.empty() && isSpace(out_.back())) out_.pop_back();
     return std::move(out_);
@@ -144,7 +148,8 @@ class Reader {
       const bool hex = name.size() > 1 && (name[1] == 'x' || name[1] == 'X');
       const auto digits = name.substr(hex ? 2 : 1);
       std::uint32_t value = 0;
-      const auto [stop, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value, hex ? 16 : 10);
+      const auto [stop, error] =
+          std::from_chars(digits.data(), digits.data() + digits.size(), value, hex ? 16 : 10);
       if (error != std::errc() || stop != digits.data() + digits.size()) return false;
       if (value == 0 || value > 0x10ffff || (value >= 0xd800 && value < 0xe000)) value = 0xfffd;
       decoded = value;
@@ -168,6 +173,8 @@ class Reader {
 
 }  // namespace
 
-std::string htmlToText(std::string_view html) { return Reader(html).read(); }
+std::string htmlToText(std::string_view html) {
+  return Reader(html).read();
+}
 
 }  // namespace quillbox::mailclient

@@ -17,13 +17,18 @@ namespace {
 constexpr std::uint64_t kLargestEntry = 512 << 20;
 constexpr std::size_t kKeptEntries = 200;
 
-Path journalFolder(const Environment& environment) { return environment.directory / "journal"; }
+Path journalFolder(const Environment& environment) {
+  return environment.directory / "journal";
+}
 
 std::string_view extensionOf(EntryState state) {
   switch (state) {
-    case EntryState::open: return ".open";
-    case EntryState::done: return ".done";
-    case EntryState::undoing: return ".undo";
+    case EntryState::open:
+      return ".open";
+    case EntryState::done:
+      return ".done";
+    case EntryState::undoing:
+      return ".undo";
   }
   return "";
 }
@@ -57,12 +62,22 @@ Result<std::vector<Path>> everyEntry(const Environment& environment) {
 
 }  // namespace
 
-std::string JournalPlace::id() const { return stableId(file.name); }
+std::string JournalPlace::id() const {
+  return stableId(file.name);
+}
 
 bool JournalEntry::holdsFiling() const {
   const auto filing = std::span(records).first(filingRecords());
   return std::ranges::any_of(filing, [](const JournalRecord& record) {
-    return !record.isVoid && (record.kind == JournalRecord::Kind::move || record.kind == JournalRecord::Kind::copy);
+    return !record.isVoid &&
+           (record.kind == JournalRecord::Kind::move || record.kind == JournalRecord::Kind::copy);
+  });
+}
+
+bool JournalEntry::isWorthKeeping() const {
+  return std::ranges::any_of(records, [](const JournalRecord& record) {
+    return !record.isVoid && record.kind != JournalRecord::Kind::marks &&
+           record.kind != JournalRecord::Kind::keywords;
   });
 }
 
@@ -79,8 +94,8 @@ Result<JournalEntry> readEntry(const Environment& environment, const Path& file)
   if (!entry) {
     const auto aside = keepDamagedFileAside(environment.files, file);
     if (!aside) return forward(aside);
-    environment.log.error(fmt::format("A journal entry could not be read and was kept as {}: {}", aside->string(),
-                                      entry.error().message));
+    environment.log.error(fmt::format("A journal entry could not be read and was kept as {}: {}",
+                                      aside->string(), entry.error().message));
     return entry;
   }
   entry->file = file;
@@ -118,7 +133,8 @@ Result<std::unique_ptr<JournalWriter>> JournalWriter::begin(const Environment& e
   return writer;
 }
 
-Result<std::unique_ptr<JournalWriter>> JournalWriter::claim(const Environment& environment, const Path& file) {
+Result<std::unique_ptr<JournalWriter>> JournalWriter::claim(const Environment& environment,
+                                                            const Path& file) {
   std::unique_ptr<JournalWriter> writer(new JournalWriter(environment, file, ""));
   auto lock = environment.files.lock(file, std::chrono::milliseconds(0));
   if (!lock) {
@@ -139,7 +155,9 @@ Result<void> JournalWriter::adopt(const JournalEntry& entry) {
   return append("\n\n");
 }
 
-Result<void> JournalWriter::append(const std::string& line) { return out_->write(line); }
+Result<void> JournalWriter::append(const std::string& line) {
+  return out_->write(line);
+}
 
 Result<std::size_t> JournalWriter::write(const JournalRecord& record) {
   if (auto written = append(encodeRecord(record)); !written) {
@@ -149,11 +167,17 @@ Result<std::size_t> JournalWriter::write(const JournalRecord& record) {
   return next_++;
 }
 
-Result<void> JournalWriter::voidRecord(std::size_t number) { return append(encodeVoid(number)); }
+Result<void> JournalWriter::voidRecord(std::size_t number) {
+  return append(encodeVoid(number));
+}
 
-Result<void> JournalWriter::beginUndo() { return append(encodeUndo()); }
+Result<void> JournalWriter::beginUndo() {
+  return append(encodeUndo());
+}
 
-Result<void> JournalWriter::sync() { return out_->sync(); }
+Result<void> JournalWriter::sync() {
+  return out_->sync();
+}
 
 Result<void> JournalWriter::become(EntryState state) {
   if (auto done = out_->sync(); !done) return done;

@@ -1,5 +1,5 @@
-// The journal of filings: one file for each filing, which says where every message was and went, so that a crash can be
-// cleaned up after and the filing can be taken back. docs/MAILSTORE.md describes the format.
+// The journal of filings: one file for each filing, which says where every message was and went, so that a
+// crash can be cleaned up after and the filing can be taken back. docs/MAILSTORE.md describes the format.
 #pragma once
 
 #include <cstdint>
@@ -14,8 +14,8 @@
 
 namespace quillbox::mailclient {
 
-// A message's place while the filing ran. The folder is kept beside the mailbox's name, so that recovery does not
-// depend on the list of accounts.
+// A message's place while the filing ran. The folder is kept beside the mailbox's name, so that recovery does
+// not depend on the list of accounts.
 struct JournalPlace {
   MailboxKey mailbox;
   Path folder;
@@ -25,14 +25,16 @@ struct JournalPlace {
 };
 
 struct JournalRecord {
-  enum class Kind { move, copy, marks, mailbox };
+  // keywords: the folder `to.folder` is about to give letters to new keywords.
+  enum class Kind { move, copy, marks, mailbox, keywords };
 
   Kind kind = Kind::move;
   JournalPlace from;
   JournalPlace to;
   Marks before;
   Marks after;
-  // The name in the destination's tmp/ under which a copy across file systems is written; empty for a plain rename.
+  // The name in the destination's tmp/ under which a copy across file systems is written; empty for a plain
+  // rename.
   std::string draft;
   // Of a new mailbox: the folders that it needs, and the root of its tree.
   std::vector<Folder> folders;
@@ -55,18 +57,23 @@ struct JournalEntry {
 
   std::size_t filingRecords() const { return undoStart < records.size() ? undoStart : records.size(); }
   bool holdsFiling() const;
+  // Whether it has to be kept: it holds a filing, or a mailbox that was made.
+  bool isWorthKeeping() const;
 };
 
-// Every entry of the journal, oldest first; those that do not decode are kept aside under another name and logged.
+// Every entry of the journal, oldest first; those that do not decode are kept aside under another name and
+// logged.
 Result<std::vector<Path>> listEntries(const Environment& environment, EntryState state);
 Result<JournalEntry> readEntry(const Environment& environment, const Path& file);
 
-// An entry that is being written. It is locked against recovery by other processes for as long as the writer lives.
+// An entry that is being written. It is locked against recovery by other processes for as long as the writer
+// lives.
 class JournalWriter {
  public:
   // A new, open entry.
   static Result<std::unique_ptr<JournalWriter>> begin(const Environment& environment);
-  // The right to go on with an entry that is there; nullptr when its owner is alive. Read the entry then, and adopt it.
+  // The right to go on with an entry that is there; nullptr when its owner is alive. Read the entry then, and
+  // adopt it.
   static Result<std::unique_ptr<JournalWriter>> claim(const Environment& environment, const Path& file);
   // Opens the claimed entry for further records.
   Result<void> adopt(const JournalEntry& entry);

@@ -16,11 +16,12 @@ namespace {
 
 constexpr int kVersion = 1;
 
-constexpr std::array<std::pair<JournalRecord::Kind, std::string_view>, 4> kKinds = {
+constexpr std::array<std::pair<JournalRecord::Kind, std::string_view>, 5> kKinds = {
     {{JournalRecord::Kind::move, "move"},
      {JournalRecord::Kind::copy, "copy"},
      {JournalRecord::Kind::marks, "marks"},
-     {JournalRecord::Kind::mailbox, "mailbox"}}};
+     {JournalRecord::Kind::mailbox, "mailbox"},
+     {JournalRecord::Kind::keywords, "keywords"}}};
 
 Json encodePlace(const JournalPlace& place) {
   return Json{{"account", place.mailbox.account},
@@ -74,6 +75,10 @@ JournalRecord decodeRecord(const Json& json, JournalRecord::Kind kind) {
     }
     return record;
   }
+  if (kind == JournalRecord::Kind::keywords) {
+    record.to.folder = bytesAt(json, "folder");
+    return record;
+  }
   record.from = decodePlace(json.at("from"));
   record.to = decodePlace(json.at("to"));
   record.before = decodeMarks(json.at("before"));
@@ -114,7 +119,8 @@ std::string encodeHead(std::string_view token, std::chrono::nanoseconds started)
 std::string encodeRecord(const JournalRecord& record) {
   Json json;
   json["do"] =
-      std::ranges::find(kKinds, record.kind, &std::pair<JournalRecord::Kind, std::string_view>::first)->second;
+      std::ranges::find(kKinds, record.kind, &std::pair<JournalRecord::Kind, std::string_view>::first)
+          ->second;
   if (record.kind == JournalRecord::Kind::mailbox) {
     json["root"] = readableBytes(record.root.string());
     json["layout"] = record.layout == Layout::nested ? "nested" : "maildir++";
@@ -123,6 +129,8 @@ std::string encodeRecord(const JournalRecord& record) {
       json["folders"].push_back(
           Json{{"path", readableBytes(folder.path)}, {"folder", readableBytes(folder.directory.string())}});
     }
+  } else if (record.kind == JournalRecord::Kind::keywords) {
+    json["folder"] = readableBytes(record.to.folder.string());
   } else {
     json["from"] = encodePlace(record.from);
     json["to"] = encodePlace(record.to);
@@ -133,9 +141,13 @@ std::string encodeRecord(const JournalRecord& record) {
   return writeJson(json) + "\n";
 }
 
-std::string encodeVoid(std::size_t number) { return writeJson(Json{{"void", number}}) + "\n"; }
+std::string encodeVoid(std::size_t number) {
+  return writeJson(Json{{"void", number}}) + "\n";
+}
 
-std::string encodeUndo() { return writeJson(Json{{"undo", true}}) + "\n"; }
+std::string encodeUndo() {
+  return writeJson(Json{{"undo", true}}) + "\n";
+}
 
 Result<JournalEntry> decodeEntry(std::string_view text, std::string_view what) {
   JournalEntry entry;

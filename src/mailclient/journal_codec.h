@@ -15,8 +15,9 @@ std::string encodeRecord(const JournalRecord& record);
 std::string encodeVoid(std::size_t number);
 std::string encodeUndo();
 
-// An entry whose last line is torn reads without that line, and an empty one as an entry without a token and records.
-// Fails with error_number::damagedFile on anything else that is not an entry of this version; `what` names the file.
+// An entry whose last line is torn reads without that line, and an empty one as an entry without a token and
+// records. Fails with error_number::damagedFile on anything else that is not an entry of this version; `what`
+// names the file.
 Result<JournalEntry> decodeEntry(std::string_view text, std::string_view what);
 
 }  // namespace quillbox::mailclient

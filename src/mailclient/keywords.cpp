@@ -45,7 +45,9 @@ void erase(std::vector<std::string>& names, std::string_view name) {
   std::erase_if(names, [&](const std::string& other) { return sameKeyword(other, name); });
 }
 
-bool isKeywordLetter(char c) { return c >= 'a' && c <= 'z'; }
+bool isKeywordLetter(char c) {
+  return c >= 'a' && c <= 'z';
+}
 
 // Servers keep this lock while they give out letters; without one, the file has a lock of its own.
 Path lockedFile(FileSystem& files, const Path& folder) {
@@ -104,7 +106,8 @@ Result<KeywordTable> readKeywords(FileSystem& files, const Path& folder) {
 Result<KeywordTable> requireKeywords(const Environment& environment, const Path& folder,
                                      const std::vector<std::string>& names, std::string_view token) {
   const auto complete = [&](const KeywordTable& table) {
-    return std::ranges::all_of(names, [&](const std::string& name) { return table.letterOf(name).has_value(); });
+    return std::ranges::all_of(names,
+                               [&](const std::string& name) { return table.letterOf(name).has_value(); });
   };
   auto table = readKeywords(environment.files, folder);
   if (!table || complete(*table)) return table;
@@ -152,7 +155,9 @@ Marks Marks::read(const MessageName& name, const KeywordTable& table) {
   return marks;
 }
 
-bool Marks::hasKeyword(std::string_view name) const { return contains(keywords, name); }
+bool Marks::hasKeyword(std::string_view name) const {
+  return contains(keywords, name);
+}
 
 int Marks::flagIndex() const {
   if (!has(flag::flagged)) return noFlagIndex;
@@ -170,7 +175,9 @@ LabelColor Marks::label() const {
   return LabelColor::none;
 }
 
-bool Marks::junk() const { return (hasKeyword("$Junk") || hasKeyword("Junk")) && !hasKeyword("$NotJunk"); }
+bool Marks::junk() const {
+  return (hasKeyword("$Junk") || hasKeyword("Junk")) && !hasKeyword("$NotJunk");
+}
 
 void MarkChange::set(char letter, bool on) {
   std::erase(on_, letter);

@@ -1,5 +1,6 @@
-// A message's marks: the flags and keywords that its name holds, what they mean to a mail client (read, flag colours,
-// label colours, junk), and the dovecot-keywords file that gives a folder's keyword letters their names.
+// A message's marks: the flags and keywords that its name holds, what they mean to a mail client (read, flag
+// colours, label colours, junk), and the dovecot-keywords file that gives a folder's keyword letters their
+// names.
 #pragma once
 
 #include <array>
@@ -36,9 +37,9 @@ class KeywordTable {
 // The folder's table; an empty one when it has no dovecot-keywords.
 Result<KeywordTable> readKeywords(FileSystem& files, const Path& folder);
 
-// The folder's table with a letter for each of `names`; those without one are added to the file, under the lock by
-// which Dovecot keeps it (dovecot-uidlist.lock) where Dovecot serves the folder. Fails with ENOSPC when there are more
-// than 26.
+// The folder's table with a letter for each of `names`; those without one are added to the file, under the
+// lock by which Dovecot keeps it (dovecot-uidlist.lock) where Dovecot serves the folder. Fails with ENOSPC
+// when there are more than 26.
 Result<KeywordTable> requireKeywords(const Environment& environment, const Path& folder,
                                      const std::vector<std::string>& names, std::string_view token);
 // Removes what a run that died while it did this under `token` has left.
@@ -98,8 +99,8 @@ class MarkChange {
   std::vector<std::string> removed_;
 };
 
-// The info part that `marks` have in the folder of `table`; every keyword has a letter there. Letters without a name
-// stay when they have no name in this folder either.
+// The info part that `marks` have in the folder of `table`; every keyword has a letter there. Letters without
+// a name stay when they have no name in this folder either.
 MessageName withMarks(MessageName name, const Marks& marks, const KeywordTable& table);
 
 }  // namespace quillbox::mailclient

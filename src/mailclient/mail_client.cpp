@@ -42,6 +42,13 @@ MailClient::~MailClient() = default;
 
 Result<void> MailClient::start() {
   const std::lock_guard lock(mutex_);
+  if (const auto there = environment_.files.info(environment_.directory); !there) {
+    // Nothing was ever kept here.
+    return there.error().number == ENOENT ? Result<void>{} : forward(there);
+  }
+  store_.accounts().removeDrafts();
+  views_.removeDrafts();
+  headers_.removeDrafts();
   const auto moves = Recovery(environment_, store_).run();
   if (!moves) return forward(moves);
   return noteMoves(*moves);
@@ -106,7 +113,8 @@ Result<void> MailClient::makeMailbox(std::string_view account, std::string_view 
   return committed;
 }
 
-Result<std::pair<MailAccount, Folder>> MailClient::mailboxNamed(std::string_view account, std::string_view path) {
+Result<std::pair<MailAccount, Folder>> MailClient::mailboxNamed(std::string_view account,
+                                                                std::string_view path) {
   auto owner = store_.accountNamed(account);
   if (!owner) return forward(owner);
   auto folder = store_.mailbox({owner->id, std::string(path)});
@@ -116,7 +124,8 @@ Result<std::pair<MailAccount, Folder>> MailClient::mailboxNamed(std::string_view
 
 // ---- messages ----
 
-Result<MessageRow> MailClient::row(const MailAccount& account, const Folder& folder, const MessageFile& file) {
+Result<MessageRow> MailClient::row(const MailAccount& account, const Folder& folder,
+                                   const MessageFile& file) {
   const auto headers = headers_.get(folder.directory, file);
   if (!headers) return forward(headers);
   const auto table = store_.keywords(folder.directory);
@@ -216,8 +225,9 @@ Result<std::size_t> MailClient::select(std::string_view account, std::string_vie
     const auto header = withoutBrackets(wanted);
     const auto found = byHeader.find(std::string(header));
     if (header.empty() || found == byHeader.end()) {
-      return fail(error_number::messageNotFound, fmt::format("The message “{}” is not in the mailbox “{}”",
-                                                             text::singleLine(readableBytes(wanted)), folder.path));
+      return fail(error_number::messageNotFound,
+                  fmt::format("The message “{}” is not in the mailbox “{}”",
+                              text::singleLine(readableBytes(wanted)), folder.path));
     }
     keys.push_back({mailbox, found->second});
   }
@@ -291,7 +301,8 @@ Result<std::size_t> MailClient::selectPiped(std::string_view bytes) {
   const auto found = findPiped(bytes);
   if (!found) return forward(found);
   if (!*found) {
-    return fail(error_number::messageNotFound, "The message that was handed over is in none of the mailboxes");
+    return fail(error_number::messageNotFound,
+                "The message that was handed over is in none of the mailboxes");
   }
   return selectKeys({**found});
 }
@@ -323,9 +334,8 @@ Result<std::vector<MessageRow>> MailClient::selection() {
   for (const auto& key : *keys) {
     const auto account = store_.account(key.mailbox.account);
     if (!account) continue;
-    auto one = store_.withMessage(key, [&](const LocatedMessage& message) {
-      return row(*account, message.folder, message.file);
-    });
+    auto one = store_.withMessage(
+        key, [&](const LocatedMessage& message) { return row(*account, message.folder, message.file); });
     if (one) rows.push_back(std::move(*one));
   }
   return rows;

@@ -52,7 +52,8 @@ struct AddAccount {
   AccountType type = AccountType::imap;
 };
 
-// Any thread; one lock serves all. Names of accounts are those that people see; "On My Mac" is the local store.
+// Any thread; one lock serves all. Names of accounts are those that people see; "On My Mac" is the local
+// store.
 class MailClient {
  public:
   explicit MailClient(const Environment& environment);
@@ -82,12 +83,13 @@ class MailClient {
                                            std::size_t limit = SIZE_MAX);
 
   // ---- selection ----
-  // Each id is a row's id or the text of a Message-ID header (with or without angle brackets). Nothing changes when one
-  // is not found. Gives the number selected.
-  Result<std::size_t> select(std::string_view account, std::string_view path, const std::vector<std::string>& ids);
+  // Each id is a row's id or the text of a Message-ID header (with or without angle brackets). Nothing
+  // changes when one is not found. Gives the number selected.
+  Result<std::size_t> select(std::string_view account, std::string_view path,
+                             const std::vector<std::string>& ids);
   Result<std::size_t> selectAll(std::string_view account, std::string_view path);
-  // Finds the stored message that `bytes` is (piped from another reader): the same Message-ID header, or without one
-  // the same content; the inboxes are searched first.
+  // Finds the stored message that `bytes` is (piped from another reader): the same Message-ID header, or
+  // without one the same content; the inboxes are searched first.
   Result<std::size_t> selectPiped(std::string_view bytes);
   Result<void> selectNothing();
   Result<std::vector<MessageRow>> selection();

@@ -13,11 +13,14 @@ namespace quillbox::mailclient {
 namespace as = applescript;
 
 MailSession::MailSession(MailClient& client, std::shared_ptr<const as::Terminology> terminology)
-    : client_(client), terminology_(std::move(terminology)), model_(std::make_unique<MailModel>(client, *this)) {}
+    : client_(client),
+      terminology_(std::move(terminology)),
+      model_(std::make_unique<MailModel>(client, *this)) {}
 
 MailSession::~MailSession() {
   if (const auto finished = finish(); !finished) {
-    client_.environment_.log.error(fmt::format("A filing could not be finished: {}", finished.error().message));
+    client_.environment_.log.error(
+        fmt::format("A filing could not be finished: {}", finished.error().message));
   }
 }
 
@@ -31,16 +34,22 @@ const std::string& MailSession::name() const {
   return name;
 }
 
-std::string MailSession::identifier() const { return std::string(mailBundleIdentifier); }
+std::string MailSession::identifier() const {
+  return std::string(mailBundleIdentifier);
+}
 
 Outcome<void> MailSession::beginEvent(std::chrono::nanoseconds timeout) {
   if (!client_.mutex_.try_lock_for(timeout)) return as::failure(as::error::timedOut);
   return {};
 }
 
-void MailSession::endEvent() { client_.mutex_.unlock(); }
+void MailSession::endEvent() {
+  client_.mutex_.unlock();
+}
 
-as::ObjectRef MailSession::root() { return applicationObject(*model_); }
+as::ObjectRef MailSession::root() {
+  return applicationObject(*model_);
+}
 
 Outcome<Value> MailSession::perform(const as::Event& event) {
   const auto direct = [&] { return event.direct.is(as::Kind::Live) ? event.direct.asLive() : nullptr; };

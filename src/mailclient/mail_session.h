@@ -18,8 +18,9 @@ namespace quillbox::mailclient {
 
 class MailModel;
 
-// What the script changes is one filing: one entry of the journal, one undo. Each run needs a session of its own (or
-// finish() between one run and the next); sessions of several threads may be at work on the same MailClient.
+// What the script changes is one filing: one entry of the journal, one undo. Each run needs a session of its
+// own (or finish() between one run and the next); sessions of several threads may be at work on the same
+// MailClient.
 class MailSession final : public applescript::Application {
  public:
   // Both outlive the session.
@@ -27,8 +28,8 @@ class MailSession final : public applescript::Application {
   // Finishes when nobody did.
   ~MailSession() override;
 
-  // Writes what still waits, makes everything durable and lets the selection follow. Afterwards the session can serve
-  // another run. Called between events only.
+  // Writes what still waits, makes everything durable and lets the selection follow. Afterwards the session
+  // can serve another run. Called between events only.
   Result<void> finish();
 
   const std::string& name() const override;

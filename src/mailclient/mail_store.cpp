@@ -19,8 +19,8 @@ Result<MailAccount> MailStore::account(std::string_view id) {
   if (!all) return forward(all);
   const auto found = std::ranges::find(*all, id, &MailAccount::id);
   if (found != all->end()) return *found;
-  return fail(error_number::accountNotFound, fmt::format("There is no account with the id “{}”",
-                                                         text::singleLine(readableBytes(id))));
+  return fail(error_number::accountNotFound,
+              fmt::format("There is no account with the id “{}”", text::singleLine(readableBytes(id))));
 }
 
 Result<MailAccount> MailStore::accountNamed(std::string_view name) {
@@ -41,8 +41,8 @@ Result<std::vector<Folder>> MailStore::mailboxes(const MailAccount& account) {
   auto list = listFolders(environment_.files, account.path, account.layout);
   if (!list) {
     if (account.isLocal() && list.error().number == ENOENT) return std::vector<Folder>();
-    return fail(error_number::maildirUnusable,
-                fmt::format("The mail of the account “{}” can’t be read: {}", account.name, list.error().message));
+    return fail(error_number::maildirUnusable, fmt::format("The mail of the account “{}” can’t be read: {}",
+                                                           account.name, list.error().message));
   }
   for (const auto& folder : list->unreadable) {
     environment_.log.error(fmt::format("The mail folder {} can’t be read", readableBytes(folder)));
@@ -55,8 +55,9 @@ Result<Folder> MailStore::mailbox(const MailboxKey& key) {
   if (!owner) return forward(owner);
   auto folder = findFolder(environment_.files, owner->path, owner->layout, key.path);
   if (!folder && folder.error().number == error_number::mailboxNotFound) {
-    return fail(error_number::mailboxNotFound, fmt::format("The mailbox “{}” in “{}” could not be found",
-                                                           text::singleLine(readableBytes(key.path)), owner->name));
+    return fail(error_number::mailboxNotFound,
+                fmt::format("The mailbox “{}” in “{}” could not be found",
+                            text::singleLine(readableBytes(key.path)), owner->name));
   }
   return folder;
 }
@@ -86,7 +87,8 @@ Result<std::shared_ptr<FolderIndex>> MailStore::scan(const Folder& folder) {
 }
 
 Result<std::shared_ptr<FolderIndex>> MailStore::messages(const Folder& folder) {
-  if (auto index = remembered(folder.directory); index && index->isCurrent(environment_.files, folder.directory)) {
+  if (auto index = remembered(folder.directory);
+      index && index->isCurrent(environment_.files, folder.directory)) {
     return index;
   }
   return scan(folder);

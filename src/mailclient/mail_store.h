@@ -1,4 +1,5 @@
-// The mail of a profile as accounts, mailboxes and messages, read from the disk and looked up by lasting names.
+// The mail of a profile as accounts, mailboxes and messages, read from the disk and looked up by lasting
+// names.
 #pragma once
 
 #include <compare>
@@ -25,7 +26,8 @@ struct MailboxKey {
   auto operator<=>(const MailboxKey&) const = default;
 };
 
-// A message by its mailbox and its stableId (message_name.h), which stays when flags change and when it moves.
+// A message by its mailbox and its stableId (message_name.h), which stays when flags change and when it
+// moves.
 struct MessageKey {
   MailboxKey mailbox;
   std::string id;
@@ -63,8 +65,8 @@ class MailStore {
   Result<std::shared_ptr<FolderIndex>> messages(const Folder& folder);
   // Fails with messageNotFound or mailboxNotFound.
   Result<LocatedMessage> locate(const MessageKey& key, Lookup lookup = Lookup::remembered);
-  // Runs `use` on the message's file, again after a fresh look as long as it fails with ENOENT because somebody renames
-  // the file meanwhile.
+  // Runs `use` on the message's file, again after a fresh look as long as it fails with ENOENT because
+  // somebody renames the file meanwhile.
   template <class Use>
   auto withMessage(const MessageKey& key, Use&& use) -> decltype(use(std::declval<const LocatedMessage&>()));
 
@@ -101,7 +103,8 @@ class MailStore {
 };
 
 template <class Use>
-auto MailStore::withMessage(const MessageKey& key, Use&& use) -> decltype(use(std::declval<const LocatedMessage&>())) {
+auto MailStore::withMessage(const MessageKey& key, Use&& use)
+    -> decltype(use(std::declval<const LocatedMessage&>())) {
   auto located = locate(key);
   for (int attempt = 0;; ++attempt) {
     if (!located) return std::unexpected(located.error());

@@ -13,7 +13,8 @@ std::string_view baseOf(std::string_view fileName) {
   return info == std::string_view::npos ? fileName : fileName.substr(0, info);
 }
 
-// The field that begins with `key` (",U="), from its comma to the next comma or the end; empty when there is none.
+// The field that begins with `key` (",U="), from its comma to the next comma or the end; empty when there is
+// none.
 std::string_view fieldOf(std::string_view base, std::string_view key) {
   const auto begin = base.find(key);
   if (begin == std::string_view::npos) return {};
@@ -51,7 +52,9 @@ void MessageName::set(char letter, bool on) {
   if (!on && present) flags.erase(place);
 }
 
-bool isMessageFileName(std::string_view fileName) { return !fileName.empty() && fileName.front() != '.'; }
+bool isMessageFileName(std::string_view fileName) {
+  return !fileName.empty() && fileName.front() != '.';
+}
 
 std::string withoutUid(std::string_view base) {
   const auto field = fieldOf(base, ",U=");
@@ -62,7 +65,9 @@ std::string withoutUid(std::string_view base) {
   return out;
 }
 
-std::string stableId(std::string_view fileName) { return withoutUid(baseOf(fileName)); }
+std::string stableId(std::string_view fileName) {
+  return withoutUid(baseOf(fileName));
+}
 
 std::int64_t deliveryTime(std::string_view fileName) {
   std::int64_t seconds = 0;

@@ -9,8 +9,8 @@
 
 namespace quillbox::mailclient {
 
-// The flags that a file name can hold, as the letters D F P R S T (cr.yp.to/proto/maildir.html), and the keywords
-// of the folder as the letters a to z.
+// The flags that a file name can hold, as the letters D F P R S T (cr.yp.to/proto/maildir.html), and the
+// keywords of the folder as the letters a to z.
 namespace flag {
 inline constexpr char draft = 'D';
 inline constexpr char flagged = 'F';
@@ -23,8 +23,8 @@ inline constexpr char trashed = 'T';
 struct MessageName {
   // Everything before ":2,"; the part that stays when flags change. Of a name without ":2," the whole name.
   std::string base;
-  // Letters of the info part in ASCII order, each once: "FSa". Characters that are neither A-Z nor a-z are part of it
-  // too, and survive a change of flags.
+  // Letters of the info part in ASCII order, each once: "FSa". Characters that are neither A-Z nor a-z are
+  // part of it too, and survive a change of flags.
   std::string flags;
   // What stands behind the first comma of the flags, the comma included; it belongs to other programs.
   std::string foreign;
@@ -42,7 +42,8 @@ struct MessageName {
 // Whether a name in cur/ or new/ can be a message's: not hidden, not empty.
 bool isMessageFileName(std::string_view fileName);
 
-// The base without mbsync's ",U=" field, which belongs to one folder only. This is a message's lasting identity.
+// The base without mbsync's ",U=" field, which belongs to one folder only. This is a message's lasting
+// identity.
 std::string stableId(std::string_view fileName);
 // `base` without ",U=".
 std::string withoutUid(std::string_view base);
@@ -53,8 +54,8 @@ std::int64_t deliveryTime(std::string_view fileName);
 // The value of the ",S=" field (the size in bytes), where there is a readable one.
 std::optional<std::uint64_t> sizeField(std::string_view fileName);
 
-// The base of a new, unique name: "seconds.RHEX.quillbox" with the ",S=" and ",W=" fields of `model` (the name of the
-// message that is copied), so that servers need not measure it again.
+// The base of a new, unique name: "seconds.RHEX.quillbox" with the ",S=" and ",W=" fields of `model` (the
+// name of the message that is copied), so that servers need not measure it again.
 std::string freshBase(std::int64_t seconds, std::string_view randomHex, std::string_view model);
 
 // A positive number below 2^29 for scripts, the same in every process.

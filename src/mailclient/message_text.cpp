@@ -22,7 +22,8 @@ constexpr std::array<char32_t, 32> kWindows1252 = {
     0x2013, 0x2014, 0x02dc, 0x2122, 0x0161, 0x203a, 0x0153, 0x9d,   0x017e, 0x0178};
 
 std::string lowercaseAscii(std::string text) {
-  std::ranges::transform(text, text.begin(), [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
+  std::ranges::transform(text, text.begin(),
+                         [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
   return text;
 }
 
@@ -43,15 +44,15 @@ std::uint64_t decodedSize(GMimePart* part) {
   return written < 0 ? 0 : static_cast<std::uint64_t>(written);
 }
 
-// The bytes of a text part as UTF-8. A charset that nobody knows, and bytes that are not in it, are read as UTF-8 or
-// windows-1252, so that something readable always comes back.
+// The bytes of a text part as UTF-8. A charset that nobody knows, and bytes that are not in it, are read as
+// UTF-8 or windows-1252, so that something readable always comes back.
 std::string inUtf8(const std::string& bytes, std::string charset) {
   charset = lowercaseAscii(std::move(charset));
   if (!charset.empty() && charset != "utf-8" && charset != "utf8" && charset != "us-ascii") {
     gsize length = 0;
     const GText converted(g_convert_with_fallback(bytes.data(), static_cast<gssize>(bytes.size()), "UTF-8",
-                                                  g_mime_charset_iconv_name(charset.c_str()), "?", nullptr, &length,
-                                                  nullptr));
+                                                  g_mime_charset_iconv_name(charset.c_str()), "?", nullptr,
+                                                  &length, nullptr));
     if (converted) return {converted.get(), length};
   }
   return sourceText(bytes);
@@ -82,12 +83,15 @@ class BodyReader {
   void multipart(GMimeMultipart* multipart, const std::string& id, int depth) {
     const int count = g_mime_multipart_get_count(multipart);
     const auto* type = g_mime_object_get_content_type(GMIME_OBJECT(multipart));
-    const bool alternative = g_mime_content_type_is_type(const_cast<GMimeContentType*>(type), "multipart", "alternative");
+    const bool alternative =
+        g_mime_content_type_is_type(const_cast<GMimeContentType*>(type), "multipart", "alternative");
     if (!alternative) {
-      for (int i = 0; i < count; ++i) visit(g_mime_multipart_get_part(multipart, i), childId(id, i), depth + 1);
+      for (int i = 0; i < count; ++i)
+        visit(g_mime_multipart_get_part(multipart, i), childId(id, i), depth + 1);
       return;
     }
-    // Each alternative on its own; the text of the plainest one that says something is taken, the attachments of all.
+    // Each alternative on its own; the text of the plainest one that says something is taken, the attachments
+    // of all.
     std::string best;
     for (const bool plain : {true, false}) {
       for (int i = 0; i < count; ++i) {

@@ -51,9 +51,11 @@ struct MessageText {
   std::vector<Attachment> attachments;
 };
 
-// The header part of a message: everything up to its first empty line, or all of `message` where there is none.
+// The header part of a message: everything up to its first empty line, or all of `message` where there is
+// none.
 std::string_view headerBlock(std::string_view message);
-// Reads the header part of a message file without reading the rest; a header that never ends is cut after 1 MB.
+// Reads the header part of a message file without reading the rest; a header that never ends is cut after 1
+// MB.
 Result<std::string> readHeaderBlock(FileSystem& files, const Path& file);
 
 HeaderSummary summarize(std::string_view headerBlock);
@@ -67,7 +69,8 @@ MessageText readText(std::string_view message);
 // Raw bytes as text: what is not UTF-8 is read as windows-1252.
 std::string sourceText(std::string_view bytes);
 
-// "Ada <ada@example.org>" gives "Ada" and "ada@example.org"; a text that is only an address gives itself twice.
+// "Ada <ada@example.org>" gives "Ada" and "ada@example.org"; a text that is only an address gives itself
+// twice.
 std::string extractName(std::string_view from);
 std::string extractAddress(std::string_view from);
 

@@ -11,7 +11,9 @@ namespace {
 constexpr std::string_view kAlphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+,";
 constexpr std::string_view kMark = "\xEF\xBF\xBD";  // U+FFFD
 
-bool standsForItself(char c) { return c >= 0x20 && c <= 0x7e; }
+bool standsForItself(char c) {
+  return c >= 0x20 && c <= 0x7e;
+}
 
 void appendShifted(std::string& out, std::u16string_view units) {
   out += '&';
@@ -118,7 +120,9 @@ void appendReadableByte(std::string& out, unsigned char byte) {
   out += digits[byte & 15];
 }
 
-bool holdsReadableByte(std::string_view text) { return text.find(kMark) != std::string_view::npos; }
+bool holdsReadableByte(std::string_view text) {
+  return text.find(kMark) != std::string_view::npos;
+}
 
 std::string readableBytes(std::string_view bytes) {
   if (text::isValidUtf8(bytes) && !holdsReadableByte(bytes)) return std::string(bytes);

@@ -15,9 +15,13 @@ namespace {
 
 using Kind = JournalRecord::Kind;
 
-MessageKey keyOf(const JournalPlace& place) { return {place.mailbox, place.id()}; }
+MessageKey keyOf(const JournalPlace& place) {
+  return {place.mailbox, place.id()};
+}
 
-std::string shown(const JournalPlace& place) { return text::singleLine(readableBytes(place.id())); }
+std::string shown(const JournalPlace& place) {
+  return text::singleLine(readableBytes(place.id()));
+}
 
 bool sameBesidesSeen(Marks a, Marks b) {
   std::erase(a.flags, flag::seen);
@@ -30,7 +34,8 @@ bool sameBesidesSeen(Marks a, Marks b) {
 Result<std::optional<MessageFile>> Recovery::find(const JournalPlace& place) {
   const auto index = store_.messages({place.mailbox.path, place.folder});
   if (!index) {
-    if (index.error().number == error_number::mailboxNotFound || index.error().number == ENOTDIR) return std::nullopt;
+    if (index.error().number == error_number::mailboxNotFound || index.error().number == ENOTDIR)
+      return std::nullopt;
     return forward(index);
   }
   const auto* file = (*index)->find(place.id());
@@ -46,8 +51,8 @@ Result<Transaction::Moves> Recovery::run() {
     if (!entries) return forward(entries);
     for (const auto& file : *entries) {
       if (const auto closed = close(file, moves); !closed) {
-        environment_.log.error(fmt::format("The filing {} could not be cleaned up yet: {}", file.filename().string(),
-                                           closed.error().message));
+        environment_.log.error(fmt::format("The filing {} could not be cleaned up yet: {}",
+                                           file.filename().string(), closed.error().message));
       }
     }
   }
@@ -63,31 +68,32 @@ Result<void> Recovery::close(const Path& file, Transaction::Moves& moves) {
   // Without its first line the entry did nothing yet.
   if (entry->token.empty()) return (*writer)->discard();
   if (auto adopted = (*writer)->adopt(*entry); !adopted) return adopted;
+  Transaction steps(environment_, store_);
+  steps.writer_ = std::move(*writer);
 
-  bool anything = false;
+  for (const auto& record : entry->records) removeLeftovers(record, entry->token);
   for (std::size_t number = 0; number < entry->records.size(); ++number) {
     auto& record = entry->records[number];
     // What an undo takes back was settled before it began.
     if (record.isVoid || (entry->state == EntryState::undoing && number < entry->filingRecords())) continue;
-    removeLeftovers(record, entry->token);
-    const auto happened = settle(record, entry->token);
+    const auto happened = settle(record, steps);
     if (!happened) return forward(happened);
     if (!*happened) {
       record.isVoid = true;
-      if (auto written = (*writer)->voidRecord(number); !written) return written;
+      if (auto written = steps.writer_->voidRecord(number); !written) return written;
       continue;
     }
-    anything = anything || record.kind != Kind::marks;
     if (record.kind == Kind::move) moves.emplace_back(keyOf(record.from), keyOf(record.to));
   }
   environment_.log.info(fmt::format("Cleaned up after an interrupted filing ({})", file.filename().string()));
+  if (auto synced = steps.syncTouched(); !synced) return synced;
   if (entry->state == EntryState::undoing) {
-    const auto undone = takeBack(*entry, std::move(*writer));
+    const auto undone = takeBack(*entry, std::move(steps.writer_));
     if (!undone) return forward(undone);
     moves.insert(moves.end(), undone->moves.begin(), undone->moves.end());
     return {};
   }
-  return anything ? (*writer)->become(EntryState::done) : (*writer)->discard();
+  return entry->isWorthKeeping() ? steps.writer_->become(EntryState::done) : steps.writer_->discard();
 }
 
 void Recovery::removeLeftovers(const JournalRecord& record, const std::string& token) {
@@ -96,16 +102,22 @@ void Recovery::removeLeftovers(const JournalRecord& record, const std::string& t
     DotLock::removeLeftover(files, record.root / "subscriptions", token);
     return;
   }
-  removeKeywordLeftovers(files, record.to.folder, token);
+  if (record.kind == Kind::keywords) removeKeywordLeftovers(files, record.to.folder, token);
   if (!record.draft.empty()) (void)files.remove(record.to.folder / "tmp" / record.draft);
 }
 
-Result<bool> Recovery::settle(const JournalRecord& record, const std::string& token) {
+Result<bool> Recovery::settle(const JournalRecord& record, Transaction& steps) {
   switch (record.kind) {
-    case Kind::move: return settleMove(record);
-    case Kind::copy: return settleCopy(record);
-    case Kind::mailbox: return settleMailbox(record, token);
-    case Kind::marks: break;
+    case Kind::move:
+      return settleMove(record);
+    case Kind::copy:
+      return settleCopy(record, steps);
+    case Kind::mailbox:
+      return settleMailbox(record, steps.writer_->token());
+    case Kind::keywords:
+      return true;
+    case Kind::marks:
+      break;
   }
   const auto file = find(record.from);
   if (!file) return forward(file);
@@ -119,24 +131,30 @@ Result<bool> Recovery::settleMove(const JournalRecord& record) {
   if (!to) return forward(to);
   if (!*from) return true;
   if (!*to) return false;
-  // A rename leaves one of the two: the other is somebody else's message of that name, and the rename was refused.
+  // A rename leaves one of the two: the other is somebody else's message of that name, and the rename was
+  // refused.
   if (record.draft.empty()) return false;
   // Copied and made durable, but the source is still there.
   const auto source = environment_.files.info((*from)->path(record.from.folder));
   const auto copy = environment_.files.info((*to)->path(record.to.folder));
   if (!source || !copy || source->size != copy->size) return false;
-  if (auto removed = environment_.files.remove((*from)->path(record.from.folder)); !removed) return forward(removed);
   store_.forget(record.from.folder);
-  return true;
+  store_.forget(record.to.folder);
+  if (environment_.files.remove((*from)->path(record.from.folder))) return true;
+  // The source cannot be removed: then the copy goes, and nothing was moved.
+  if (auto removed = environment_.files.remove((*to)->path(record.to.folder)); !removed)
+    return forward(removed);
+  return false;
 }
 
-Result<bool> Recovery::settleCopy(const JournalRecord& record) {
+Result<bool> Recovery::settleCopy(const JournalRecord& record, Transaction& steps) {
   const auto to = find(record.to);
   if (!to) return forward(to);
   if (!*to) return false;
-  Transaction marks(environment_, store_);
-  if (auto changed = marks.applyMarks(keyOf(record.from), MarkChange::between(record.before, record.after)); !changed) {
-    environment_.log.error(fmt::format("The original of a copy could not be marked: {}", changed.error().message));
+  const auto change = MarkChange::between(record.before, record.after);
+  if (auto changed = steps.applyMarks(keyOf(record.from), change); !changed) {
+    environment_.log.error(
+        fmt::format("The original of a copy could not be marked: {}", changed.error().message));
   }
   return true;
 }
@@ -182,7 +200,7 @@ Result<UndoReport> Recovery::takeBack(const JournalEntry& entry, std::unique_ptr
   steps.writer_ = std::move(writer);
   for (auto number = entry.filingRecords(); number > 0; --number) {
     const auto& record = entry.records[number - 1];
-    if (record.isVoid || record.kind == Kind::mailbox) continue;
+    if (record.isVoid || record.kind == Kind::mailbox || record.kind == Kind::keywords) continue;
     if (auto done = takeBack(record, steps, report); !done) {
       // One message that cannot be taken back must not keep the others.
       report.kept.push_back(fmt::format("The message “{}” stays in “{}”: {}", shown(record.to),

@@ -24,23 +24,23 @@ class Recovery {
  public:
   Recovery(const Environment& environment, MailStore& store) : environment_(environment), store_(store) {}
 
-  // Closes every entry that nobody writes any more: each of its steps is completed where it was half done, and struck
-  // out where it was not; an interrupted undo goes on. Removes the drafts and locks that were left. Gives where
-  // messages went. Entries of living processes stay alone. An entry that cannot be dealt with now (its disk is away) is
-  // logged and stays for the next time.
+  // Closes every entry that nobody writes any more: each of its steps is completed where it was half done,
+  // and struck out where it was not; an interrupted undo goes on. Removes the drafts and locks that were
+  // left. Gives where messages went. Entries of living processes stay alone. An entry that cannot be dealt
+  // with now (its disk is away) is logged and stays for the next time.
   Result<Transaction::Moves> run();
 
-  // Takes back the last finished filing: moves its messages to where they were, with the marks that they had, and
-  // removes the copies that it made. Marks and moves that others made since are kept. Fails with
+  // Takes back the last finished filing: moves its messages to where they were, with the marks that they had,
+  // and removes the copies that it made. Marks and moves that others made since are kept. Fails with
   // error_number::nothingMatches when there is no filing left.
   Result<UndoReport> undoLast();
 
  private:
   Result<void> close(const Path& file, Transaction::Moves& moves);
   // Whether the step of a record happened; completes it where it was half done.
-  Result<bool> settle(const JournalRecord& record, const std::string& token);
+  Result<bool> settle(const JournalRecord& record, Transaction& steps);
   Result<bool> settleMove(const JournalRecord& record);
-  Result<bool> settleCopy(const JournalRecord& record);
+  Result<bool> settleCopy(const JournalRecord& record, Transaction& steps);
   Result<bool> settleMailbox(const JournalRecord& record, const std::string& token);
   void removeLeftovers(const JournalRecord& record, const std::string& token);
 

@@ -1,9 +1,9 @@
-// How a transaction brings one message to another folder. The order of the steps is what keeps the message whole under
-// some name at every instant:
+// How a transaction brings one message to another folder. The order of the steps is what keeps the message
+// whole under some name at every instant:
 //
 //   same file system    journal; rename without replacing
-//   another one         journal, synced; write tmp/draft, sync it; rename it into cur/, sync cur/; remove the source
-//   a copy              the same, and the marks of the original instead of the last step
+//   another one         journal, synced; write tmp/draft, sync it; rename it into cur/, sync cur/; remove the
+//   source a copy              the same, and the marks of the original instead of the last step
 #include <cerrno>
 
 #include <fmt/format.h>
@@ -30,8 +30,8 @@ std::string Transaction::freshName(const FileInfo& info, const std::string& mode
   return freshBase(std::max<std::int64_t>(seconds, 0), environment_.token(), model);
 }
 
-Result<MessageKey> Transaction::relocate(const MessageKey& key, const Folder& to, const MailboxKey& destination,
-                                         const MarkChange& change, Mode mode) {
+Result<MessageKey> Transaction::relocate(const MessageKey& key, const Folder& to,
+                                         const MailboxKey& destination, const MarkChange& change, Mode mode) {
   auto result = store_.withMessage(key, [&](const LocatedMessage& source) -> Result<MessageKey> {
     const auto info = environment_.files.info(source.path());
     if (!info) return forward(info);
@@ -44,7 +44,7 @@ Result<MessageKey> Transaction::relocate(const MessageKey& key, const Folder& to
     step.record.before = Marks::read(name, *table);
     step.record.after = step.record.before;
     change.apply(step.record.after);
-    const auto letters = requireKeywords(environment_, to.directory, step.record.after.keywords, token());
+    const auto letters = keywordsFor(to.directory, step.record.after.keywords);
     if (!letters) {
       if (isVanishedFolder(environment_.files, to.directory)) {
         return fail(error_number::mailboxNotFound, fmt::format("The mailbox “{}” is gone", to.path));
@@ -73,8 +73,11 @@ Result<MessageKey> Transaction::relocate(const MessageKey& key, const Folder& to
     if (mode == Mode::copy) {
       // The original is marked after its copy is safe, so that a full disk leaves it untouched.
       if (auto marked = applyMarks(key, change); !marked) {
-        (void)environment_.files.remove(placed->path(to.directory));
-        giveUp(step);
+        if (environment_.files.remove(placed->path(to.directory))) {
+          giveUp(step);
+        } else {
+          unsettled_ = true;
+        }
         return forward(marked);
       }
     } else {
@@ -126,8 +129,11 @@ Result<MessageFile> Transaction::placeByCopy(const LocatedMessage& source, Step&
   }
   const auto cur = step.record.to.folder / "cur";
   const auto takeBack = [&](const Error& error) {
-    (void)files.remove(target.path(step.record.to.folder));
-    giveUp(*written);
+    if (files.remove(target.path(step.record.to.folder))) {
+      giveUp(*written);
+    } else {
+      unsettled_ = true;
+    }
     return std::unexpected(error);
   };
   if (auto synced = files.syncDirectory(cur); !synced) return takeBack(synced.error());
@@ -147,7 +153,8 @@ Result<void> Transaction::writeDraft(const MessageKey& source, const Path& draft
     });
     if (!piece) return forward(piece);
     if (piece->empty()) {
-      return fail(EIO, fmt::format("{} is shorter than the {} bytes that it had", readableBytes(source.id), info.size));
+      return fail(EIO, fmt::format("{} is shorter than the {} bytes that it had", readableBytes(source.id),
+                                   info.size));
     }
     if (auto done = (*out)->write(*piece); !done) return done;
     offset += piece->size();

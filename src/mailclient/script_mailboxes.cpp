@@ -16,7 +16,9 @@ constexpr std::string_view kVersion = "4.0";
 constexpr std::array<Code, 6> kPurposes = {code("inmb"), code("drmb"), code("stmb"),
                                            code("trmb"), code("jkmb"), code("oumb")};
 
-bool isPurpose(Code property) { return std::ranges::find(kPurposes, property) != kPurposes.end(); }
+bool isPurpose(Code property) {
+  return std::ranges::find(kPurposes, property) != kPurposes.end();
+}
 
 std::vector<ObjectRef> mailboxObjects(MailModel& model, const std::vector<MailboxKey>& keys) {
   std::vector<ObjectRef> objects;
@@ -45,22 +47,31 @@ Outcome<ObjectRef> mailboxNamed(MailModel& model, const MailboxKey& key) {
 
 Code accountClass(const MailAccount& account) {
   switch (account.type) {
-    case AccountType::imap: return code("iact");
-    case AccountType::pop: return code("pact");
-    case AccountType::iCloud: return code("itac");
+    case AccountType::imap:
+      return code("iact");
+    case AccountType::pop:
+      return code("pact");
+    case AccountType::iCloud:
+      return code("itac");
     case AccountType::smtp:
-    case AccountType::unknown: return code("mact");
+    case AccountType::unknown:
+      return code("mact");
   }
   return code("mact");
 }
 
 Code accountTypeCode(AccountType type) {
   switch (type) {
-    case AccountType::imap: return code("etim");
-    case AccountType::pop: return code("etpo");
-    case AccountType::smtp: return code("etsm");
-    case AccountType::iCloud: return code("etit");
-    case AccountType::unknown: return code("etun");
+    case AccountType::imap:
+      return code("etim");
+    case AccountType::pop:
+      return code("etpo");
+    case AccountType::smtp:
+      return code("etsm");
+    case AccountType::iCloud:
+      return code("etit");
+    case AccountType::unknown:
+      return code("etun");
   }
   return code("etun");
 }
@@ -75,8 +86,10 @@ class MailboxObject final : public as::ScriptObject {
 
   Outcome<Value> property(Code property) override {
     switch (property) {
-      case code("pcls"): return Value::className(classCode());
-      case code("pnam"): return Value::text(std::string(leafName(key_.path)));
+      case code("pcls"):
+        return Value::className(classCode());
+      case code("pnam"):
+        return Value::text(std::string(leafName(key_.path)));
       case code("mbuc"): {
         const auto count = model_.unreadCount(key_);
         if (!count) return std::unexpected(count.error());
@@ -97,7 +110,8 @@ class MailboxObject final : public as::ScriptObject {
         }
         return this->property(code("mact"));
       }
-      default: return ScriptObject::property(property);
+      default:
+        return ScriptObject::property(property);
     }
   }
 
@@ -214,21 +228,31 @@ class AccountObject final : public as::ScriptObject {
 
   Outcome<Value> property(Code property) override {
     switch (property) {
-      case code("pcls"): return Value::className(classCode());
-      case code("ID  "): return Value::text(account_.id);
-      case code("pnam"): return Value::text(account_.name);
-      case code("isac"): return Value::boolean(account_.enabled);
-      case code("host"): return Value::text(account_.server);
-      case code("unme"): return Value::text(account_.userName);
-      case code("flln"): return Value::text(account_.fullName);
-      case code("atyp"): return Value::constant(accountTypeCode(account_.type));
-      case code("path"): return Value::text(readableBytes(account_.path.string()));
+      case code("pcls"):
+        return Value::className(classCode());
+      case code("ID  "):
+        return Value::text(account_.id);
+      case code("pnam"):
+        return Value::text(account_.name);
+      case code("isac"):
+        return Value::boolean(account_.enabled);
+      case code("host"):
+        return Value::text(account_.server);
+      case code("unme"):
+        return Value::text(account_.userName);
+      case code("flln"):
+        return Value::text(account_.fullName);
+      case code("atyp"):
+        return Value::constant(accountTypeCode(account_.type));
+      case code("path"):
+        return Value::text(readableBytes(account_.path.string()));
       case code("emad"): {
         std::vector<Value> addresses;
         for (const auto& address : account_.emailAddresses) addresses.push_back(Value::text(address));
         return Value::list(std::move(addresses));
       }
-      default: return ScriptObject::property(property);
+      default:
+        return ScriptObject::property(property);
     }
   }
 
@@ -255,7 +279,8 @@ class AccountObject final : public as::ScriptObject {
     } else {
       return ScriptObject::setProperty(property, value);
     }
-    if (const auto done = model_.store().accounts().update(changed); !done) return changeFailure(done.error());
+    if (const auto done = model_.store().accounts().update(changed); !done)
+      return changeFailure(done.error());
     account_ = std::move(changed);
     return {};
   }
@@ -292,10 +317,14 @@ class ApplicationObject final : public as::ScriptObject {
   Outcome<Value> property(Code property) override {
     if (isPurpose(property)) return Value::live(purposeMailboxObject(model_, property, specifier()));
     switch (property) {
-      case code("pcls"): return Value::className(classCode());
-      case code("pnam"): return Value::text(model_.application().name());
-      case code("vers"): return Value::text(std::string(kVersion));
-      case code("pisf"): return Value::boolean(false);
+      case code("pcls"):
+        return Value::className(classCode());
+      case code("pnam"):
+        return Value::text(model_.application().name());
+      case code("vers"):
+        return Value::text(std::string(kVersion));
+      case code("pisf"):
+        return Value::boolean(false);
       case code("slct"): {
         const auto state = model_.views();
         if (!state) return std::unexpected(state.error());
@@ -303,7 +332,8 @@ class ApplicationObject final : public as::ScriptObject {
         if (front == nullptr) return Value::list({});
         return liveList(messageObjects(model_, model_.present(front->selected)));
       }
-      default: return ScriptObject::property(property);
+      default:
+        return ScriptObject::property(property);
     }
   }
 
@@ -324,7 +354,8 @@ class ApplicationObject final : public as::ScriptObject {
       return objects;
     }
     const bool anyAccount = elementClass == code("mact");
-    if (!anyAccount && elementClass != code("iact") && elementClass != code("pact") && elementClass != code("itac")) {
+    if (!anyAccount && elementClass != code("iact") && elementClass != code("pact") &&
+        elementClass != code("itac")) {
       return ScriptObject::elements(elementClass);
     }
     auto accounts = model_.accounts();
@@ -360,7 +391,8 @@ class ApplicationObject final : public as::ScriptObject {
   }
 
   Outcome<ObjectRef> make(Code elementClass, const Value& properties, const as::Place&) override {
-    if (elementClass == code("mbxp")) return makeMailbox(model_, std::string(localAccountName), "", properties);
+    if (elementClass == code("mbxp"))
+      return makeMailbox(model_, std::string(localAccountName), "", properties);
     if (elementClass != code("mvwr")) return as::failure(as::error::cannotMakeClass);
     int id = 0;
     const auto opened = model_.changeViews([&](ViewState& state) -> Result<void> {
@@ -382,7 +414,9 @@ class ApplicationObject final : public as::ScriptObject {
 
 }  // namespace
 
-ObjectRef applicationObject(MailModel& model) { return std::make_shared<ApplicationObject>(model); }
+ObjectRef applicationObject(MailModel& model) {
+  return std::make_shared<ApplicationObject>(model);
+}
 ObjectRef accountObject(MailModel& model, MailAccount account) {
   return std::make_shared<AccountObject>(model, std::move(account));
 }

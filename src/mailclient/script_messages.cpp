@@ -55,20 +55,27 @@ class MessageObject final : public as::ScriptObject {
 
   Outcome<Value> property(Code property) override {
     switch (property) {
-      case code("pcls"): return Value::className(classCode());
-      case code("ID  "): return Value::integer(model_.numberOf(key_.id));
-      case code("mbxp"): return Value::live(mailboxObject(model_, key_.mailbox));
+      case code("pcls"):
+        return Value::className(classCode());
+      case code("ID  "):
+        return Value::integer(model_.numberOf(key_.id));
+      case code("mbxp"):
+        return Value::live(mailboxObject(model_, key_.mailbox));
       case code("meid"):
       case code("subj"):
       case code("sndr"):
       case code("rdrc"):
       case code("drcv"):
-      case code("msze"): return fromSummary(property);
+      case code("msze"):
+        return fromSummary(property);
       case code("ctnt"):
-      case code("raso"): return fromSource(property);
+      case code("raso"):
+        return fromSource(property);
       case code("alhe"):
-      case code("rpto"): return fromHeaders(property);
-      default: return fromMarks(property);
+      case code("rpto"):
+        return fromHeaders(property);
+      default:
+        return fromMarks(property);
     }
   }
 
@@ -87,8 +94,10 @@ class MessageObject final : public as::ScriptObject {
   Outcome<std::vector<ObjectRef>> elements(Code elementClass) override {
     std::vector<ObjectRef> objects;
     const auto add = [&](Code itemClass, DetailObject::Properties properties) {
-      auto reference = as::element::indexed(specifier(), elementClass, static_cast<std::int64_t>(objects.size()) + 1);
-      objects.push_back(std::make_shared<DetailObject>(itemClass, std::move(reference), std::move(properties)));
+      auto reference =
+          as::element::indexed(specifier(), elementClass, static_cast<std::int64_t>(objects.size()) + 1);
+      objects.push_back(
+          std::make_shared<DetailObject>(itemClass, std::move(reference), std::move(properties)));
     };
     if (elementClass == code("attc")) {
       const auto source = model_.source(key_);
@@ -103,14 +112,15 @@ class MessageObject final : public as::ScriptObject {
       return objects;
     }
     const bool all = elementClass == code("rcpt");
-    const bool isRecipient = all || elementClass == code("trcp") || elementClass == code("crcp") ||
-                             elementClass == code("brcp");
+    const bool isRecipient =
+        all || elementClass == code("trcp") || elementClass == code("crcp") || elementClass == code("brcp");
     if (!isRecipient && elementClass != code("mhdr")) return ScriptObject::elements(elementClass);
     const auto block = model_.headerText(key_);
     if (!block) return std::unexpected(block.error());
     if (!isRecipient) {
       for (const auto& header : allHeaders(*block)) {
-        add(elementClass, {{code("pnam"), Value::text(header.name)}, {code("ctnt"), Value::text(header.content)}});
+        add(elementClass,
+            {{code("pnam"), Value::text(header.name)}, {code("ctnt"), Value::text(header.content)}});
       }
       return objects;
     }
@@ -170,12 +180,18 @@ class MessageObject final : public as::ScriptObject {
     if (!headers) return std::unexpected(headers.error());
     const auto& summary = headers->summary;
     switch (property) {
-      case code("meid"): return Value::text(summary.messageId);
-      case code("subj"): return Value::text(summary.subject);
-      case code("sndr"): return Value::text(summary.sender);
-      case code("rdrc"): return localDate(headers->received);
-      case code("drcv"): return summary.sent ? localDate(*summary.sent) : Value::missing();
-      default: return Value::integer(static_cast<std::int64_t>(headers->size));
+      case code("meid"):
+        return Value::text(summary.messageId);
+      case code("subj"):
+        return Value::text(summary.subject);
+      case code("sndr"):
+        return Value::text(summary.sender);
+      case code("rdrc"):
+        return localDate(headers->received);
+      case code("drcv"):
+        return summary.sent ? localDate(*summary.sent) : Value::missing();
+      default:
+        return Value::integer(static_cast<std::int64_t>(headers->size));
     }
   }
 
@@ -194,21 +210,31 @@ class MessageObject final : public as::ScriptObject {
   }
 
   Outcome<Value> fromMarks(Code property) {
-    constexpr std::array<Code, 9> known = {code("isrd"), code("isfl"), code("fidx"), code("mcol"), code("isjk"),
-                                           code("isdl"), code("isrp"), code("isfw"), code("isrc")};
+    constexpr std::array<Code, 9> known = {code("isrd"), code("isfl"), code("fidx"),
+                                           code("mcol"), code("isjk"), code("isdl"),
+                                           code("isrp"), code("isfw"), code("isrc")};
     if (std::ranges::find(known, property) == known.end()) return ScriptObject::property(property);
     const auto marks = model_.marks(key_);
     if (!marks) return std::unexpected(marks.error());
     switch (property) {
-      case code("isrd"): return Value::boolean(marks->has(flag::seen));
-      case code("isfl"): return Value::boolean(marks->has(flag::flagged));
-      case code("fidx"): return Value::integer(marks->flagIndex());
-      case code("mcol"): return Value::constant(std::ranges::find(kColors, marks->label(), &ColorCode::color)->code);
-      case code("isjk"): return Value::boolean(marks->junk());
-      case code("isdl"): return Value::boolean(marks->has(flag::trashed));
-      case code("isrp"): return Value::boolean(marks->has(flag::replied));
-      case code("isfw"): return Value::boolean(marks->has(flag::passed));
-      default: return Value::boolean(false);  // a redirected message has no mark of its own
+      case code("isrd"):
+        return Value::boolean(marks->has(flag::seen));
+      case code("isfl"):
+        return Value::boolean(marks->has(flag::flagged));
+      case code("fidx"):
+        return Value::integer(marks->flagIndex());
+      case code("mcol"):
+        return Value::constant(std::ranges::find(kColors, marks->label(), &ColorCode::color)->code);
+      case code("isjk"):
+        return Value::boolean(marks->junk());
+      case code("isdl"):
+        return Value::boolean(marks->has(flag::trashed));
+      case code("isrp"):
+        return Value::boolean(marks->has(flag::replied));
+      case code("isfw"):
+        return Value::boolean(marks->has(flag::passed));
+      default:
+        return Value::boolean(false);  // a redirected message has no mark of its own
     }
   }
 
@@ -220,8 +246,9 @@ class MessageObject final : public as::ScriptObject {
       return MarkChange::flagIndex(static_cast<int>(index));
     }
     if (property == code("mcol")) {
-      const auto color = value.is(as::Kind::Constant) ? std::ranges::find(kColors, value.asCode(), &ColorCode::code)
-                                                      : kColors.end();
+      const auto color = value.is(as::Kind::Constant)
+                             ? std::ranges::find(kColors, value.asCode(), &ColorCode::code)
+                             : kColors.end();
       if (color == kColors.end()) return as::failure(as::error::cannotSet);
       return MarkChange::label(color->color);
     }

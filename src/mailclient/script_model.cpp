@@ -55,7 +55,8 @@ std::unexpected<as::Failure> changeFailure(const Error& error) {
 // ---- references ----
 
 Value MailModel::accountSpecifier(std::string_view account) const {
-  return as::element::identified(Value::application(application_), code("mact"), Value::text(std::string(account)));
+  return as::element::identified(Value::application(application_), code("mact"),
+                                 Value::text(std::string(account)));
 }
 
 Value MailModel::specifier(const MailboxKey& key) const {
@@ -114,7 +115,8 @@ Outcome<std::size_t> MailModel::unreadCount(const MailboxKey& mailbox) {
   }));
 }
 
-Outcome<std::optional<MessageKey>> MailModel::messageNumbered(const MailboxKey& mailbox, std::int64_t number) {
+Outcome<std::optional<MessageKey>> MailModel::messageNumbered(const MailboxKey& mailbox,
+                                                              std::int64_t number) {
   if (number < 1 || number > kNumbers) return std::nullopt;
   if (const auto known = numbers_.find(static_cast<std::int32_t>(number)); known != numbers_.end()) {
     const auto key = current({mailbox, known->second});
@@ -136,22 +138,25 @@ Outcome<std::optional<MessageKey>> MailModel::messageNumbered(const MailboxKey& 
 }
 
 Outcome<CachedHeaders> MailModel::headers(const MessageKey& key) {
-  const auto headers = store().withMessage(
-      key, [&](const LocatedMessage& message) { return client_.headers_.get(message.folder.directory, message.file); });
+  const auto headers = store().withMessage(key, [&](const LocatedMessage& message) {
+    return client_.headers_.get(message.folder.directory, message.file);
+  });
   if (!headers) return asFailure(headers);
   return *headers;
 }
 
 Outcome<std::string> MailModel::source(const MessageKey& key) {
-  auto bytes = store().withMessage(
-      key, [&](const LocatedMessage& message) { return environment().files.read(message.path(), kLargestMessage); });
+  auto bytes = store().withMessage(key, [&](const LocatedMessage& message) {
+    return environment().files.read(message.path(), kLargestMessage);
+  });
   if (!bytes) return asFailure(bytes);
   return std::move(*bytes);
 }
 
 Outcome<std::string> MailModel::headerText(const MessageKey& key) {
-  auto block = store().withMessage(
-      key, [&](const LocatedMessage& message) { return readHeaderBlock(environment().files, message.path()); });
+  auto block = store().withMessage(key, [&](const LocatedMessage& message) {
+    return readHeaderBlock(environment().files, message.path());
+  });
   if (!block) return asFailure(block);
   return std::move(*block);
 }
@@ -239,7 +244,8 @@ Outcome<std::vector<MailboxKey>> MailModel::mailboxesFor(Code purpose) {
     if (!keys) continue;
     for (const auto& key : *keys) {
       const auto folded = text::foldCase(key.path);
-      if (std::ranges::find(wanted->names, std::string_view(folded)) != wanted->names.end()) found.push_back(key);
+      if (std::ranges::find(wanted->names, std::string_view(folded)) != wanted->names.end())
+        found.push_back(key);
     }
   }
   return found;
@@ -319,7 +325,11 @@ Outcome<std::vector<Key>> keysIn(const Value& value, const Key* (*keyOf)(const O
 
 }  // namespace
 
-Outcome<std::vector<MessageKey>> messagesIn(const Value& value) { return keysIn<MessageKey>(value, &messageOf); }
-Outcome<std::vector<MailboxKey>> mailboxesIn(const Value& value) { return keysIn<MailboxKey>(value, &mailboxOf); }
+Outcome<std::vector<MessageKey>> messagesIn(const Value& value) {
+  return keysIn<MessageKey>(value, &messageOf);
+}
+Outcome<std::vector<MailboxKey>> mailboxesIn(const Value& value) {
+  return keysIn<MailboxKey>(value, &mailboxOf);
+}
 
 }  // namespace quillbox::mailclient

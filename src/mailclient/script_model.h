@@ -1,5 +1,5 @@
-// What the scripting objects of one session share: the store behind the lock, the transaction that the script's changes
-// belong to, and the numbers and places of messages.
+// What the scripting objects of one session share: the store behind the lock, the transaction that the
+// script's changes belong to, and the numbers and places of messages.
 #pragma once
 
 #include <cstdint>
@@ -17,13 +17,13 @@
 namespace quillbox::mailclient {
 
 using applescript::Code;
+using applescript::code;
 using applescript::ObjectRef;
 using applescript::Outcome;
 using applescript::Value;
-using applescript::code;
 
-// The same failure in a script's terms: what is not there becomes -1728 in AppleScript's own words, a failure of the
-// disk -10000 with its sentence.
+// The same failure in a script's terms: what is not there becomes -1728 in AppleScript's own words, a failure
+// of the disk -10000 with its sentence.
 std::unexpected<applescript::Failure> scriptFailure(const Error& error);
 // The same, for changes: the sentence is kept, because it says how far the change got.
 std::unexpected<applescript::Failure> changeFailure(const Error& error);
@@ -49,7 +49,8 @@ class MailModel {
   Outcome<std::vector<MessageKey>> messages(const MailboxKey& mailbox);
   Outcome<std::size_t> messageCount(const MailboxKey& mailbox);
   Outcome<std::size_t> unreadCount(const MailboxKey& mailbox);
-  // A message by its number: it is also found when this session has moved it elsewhere since. nullopt: not there.
+  // A message by its number: it is also found when this session has moved it elsewhere since. nullopt: not
+  // there.
   Outcome<std::optional<MessageKey>> messageNumbered(const MailboxKey& mailbox, std::int64_t number);
   std::int32_t numberOf(std::string_view id);
   Outcome<CachedHeaders> headers(const MessageKey& key);

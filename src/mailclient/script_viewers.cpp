@@ -13,12 +13,14 @@ namespace as = applescript;
 constexpr std::array<Code, 6> kPurposes = {code("inmb"), code("drmb"), code("stmb"),
                                            code("trmb"), code("jkmb"), code("oumb")};
 
-Outcome<Value> unknown() { return as::failure(as::error::noSuchObject); }
+Outcome<Value> unknown() {
+  return as::failure(as::error::noSuchObject);
+}
 
 // What a viewer and its window share: they are one thing on the screen.
 class Shown : public as::ScriptObject {
  public:
-  Shown(MailModel& model, int id, int Viewer::*member) : model_(model), id_(id), member_(member) {}
+  Shown(MailModel& model, int id, int Viewer::* member) : model_(model), id_(id), member_(member) {}
   int id() const { return id_; }
 
  protected:
@@ -39,13 +41,14 @@ class Shown : public as::ScriptObject {
     });
   }
 
-  Outcome<void> setSwitch(const Value& value, bool Viewer::*member) {
+  Outcome<void> setSwitch(const Value& value, bool Viewer::* member) {
     if (!value.is(as::Kind::Boolean)) return as::failure(as::error::cannotSet);
     return change([&](Viewer& viewer) { viewer.*member = value.asBoolean(); });
   }
 
   std::string title(const Viewer& viewer) {
-    if (viewer.mailboxes.empty()) return std::string(model_.application().terminology().propertyName(code("inmb")));
+    if (viewer.mailboxes.empty())
+      return std::string(model_.application().terminology().propertyName(code("inmb")));
     return std::string(leafName(viewer.mailboxes.front().path));
   }
 
@@ -53,7 +56,7 @@ class Shown : public as::ScriptObject {
 
  private:
   int id_;
-  int Viewer::*member_;
+  int Viewer::* member_;
 };
 
 class ViewerObject final : public Shown {
@@ -62,7 +65,8 @@ class ViewerObject final : public Shown {
 
   Code classCode() const override { return code("mvwr"); }
   Value specifier() const override {
-    return as::element::identified(Value::application(model_.application()), classCode(), Value::integer(id()));
+    return as::element::identified(Value::application(model_.application()), classCode(),
+                                   Value::integer(id()));
   }
 
   Outcome<Value> property(Code property) override {
@@ -74,14 +78,22 @@ class ViewerObject final : public Shown {
     const auto viewer = this->viewer();
     if (!viewer) return std::unexpected(viewer.error());
     switch (property) {
-      case code("pnam"): return Value::text(title(*viewer));
-      case code("pvis"): return Value::boolean(viewer->visible);
-      case code("cwin"): return Value::live(windowObject(model_, viewer->windowId));
-      case code("mvsr"): return Value::boolean(viewer->sortedAscending);
-      case code("mlsh"): return Value::boolean(viewer->mailboxListVisible);
-      case code("mvpv"): return Value::boolean(viewer->previewPaneVisible);
-      case code("mvsc"): return Value::constant(code(viewer->sortColumn));
-      case code("smgs"): return liveList(messageObjects(model_, model_.present(viewer->selected)));
+      case code("pnam"):
+        return Value::text(title(*viewer));
+      case code("pvis"):
+        return Value::boolean(viewer->visible);
+      case code("cwin"):
+        return Value::live(windowObject(model_, viewer->windowId));
+      case code("mvsr"):
+        return Value::boolean(viewer->sortedAscending);
+      case code("mlsh"):
+        return Value::boolean(viewer->mailboxListVisible);
+      case code("mvpv"):
+        return Value::boolean(viewer->previewPaneVisible);
+      case code("mvsc"):
+        return Value::constant(code(viewer->sortColumn));
+      case code("smgs"):
+        return liveList(messageObjects(model_, model_.present(viewer->selected)));
       case code("mvfm"): {
         const auto shown = elements(code("mssg"));
         if (!shown) return std::unexpected(shown.error());
@@ -94,16 +106,21 @@ class ViewerObject final : public Shown {
         for (const auto& key : *keys) objects.push_back(mailboxObject(model_, key));
         return liveList(objects);
       }
-      default: return unknown();
+      default:
+        return unknown();
     }
   }
 
   Outcome<void> setProperty(Code property, const Value& value) override {
     switch (property) {
-      case code("pvis"): return setSwitch(value, &Viewer::visible);
-      case code("mvsr"): return setSwitch(value, &Viewer::sortedAscending);
-      case code("mlsh"): return setSwitch(value, &Viewer::mailboxListVisible);
-      case code("mvpv"): return setSwitch(value, &Viewer::previewPaneVisible);
+      case code("pvis"):
+        return setSwitch(value, &Viewer::visible);
+      case code("mvsr"):
+        return setSwitch(value, &Viewer::sortedAscending);
+      case code("mlsh"):
+        return setSwitch(value, &Viewer::mailboxListVisible);
+      case code("mvpv"):
+        return setSwitch(value, &Viewer::previewPaneVisible);
       case code("mvsc"): {
         const auto column = value.is(as::Kind::Constant) ? as::codeText(value.asCode()) : std::string();
         if (!column.starts_with("ec")) return as::failure(as::error::cannotSet);
@@ -125,7 +142,8 @@ class ViewerObject final : public Shown {
           });
         });
       }
-      default: return ScriptObject::setProperty(property, value);
+      default:
+        return ScriptObject::setProperty(property, value);
     }
   }
 
@@ -153,7 +171,8 @@ class ViewerObject final : public Shown {
 
  private:
   Outcome<std::vector<MailboxKey>> shownMailboxes(const Viewer& viewer) {
-    return viewer.mailboxes.empty() ? model_.mailboxesFor(code("inmb")) : Outcome<std::vector<MailboxKey>>(viewer.mailboxes);
+    return viewer.mailboxes.empty() ? model_.mailboxesFor(code("inmb"))
+                                    : Outcome<std::vector<MailboxKey>>(viewer.mailboxes);
   }
 };
 
@@ -163,7 +182,8 @@ class WindowObject final : public Shown {
 
   Code classCode() const override { return code("cwin"); }
   Value specifier() const override {
-    return as::element::identified(Value::application(model_.application()), classCode(), Value::integer(id()));
+    return as::element::identified(Value::application(model_.application()), classCode(),
+                                   Value::integer(id()));
   }
 
   Outcome<Value> property(Code property) override {
@@ -172,29 +192,39 @@ class WindowObject final : public Shown {
     const auto viewer = this->viewer();
     if (!viewer) return std::unexpected(viewer.error());
     switch (property) {
-      case code("pnam"): return Value::text(title(*viewer));
-      case code("pidx"): return index();
-      case code("pvis"): return Value::boolean(viewer->visible);
-      case code("pmnd"): return Value::boolean(viewer->miniaturized);
-      case code("pzum"): return Value::boolean(viewer->zoomed);
+      case code("pnam"):
+        return Value::text(title(*viewer));
+      case code("pidx"):
+        return index();
+      case code("pvis"):
+        return Value::boolean(viewer->visible);
+      case code("pmnd"):
+        return Value::boolean(viewer->miniaturized);
+      case code("pzum"):
+        return Value::boolean(viewer->zoomed);
       case code("hclb"):
       case code("ismn"):
       case code("prsz"):
-      case code("iszm"): return Value::boolean(true);
+      case code("iszm"):
+        return Value::boolean(true);
       case code("pbnd"): {
         std::vector<Value> edges;
         for (const auto edge : viewer->bounds) edges.push_back(Value::integer(edge));
         return Value::list(std::move(edges));
       }
-      default: return unknown();
+      default:
+        return unknown();
     }
   }
 
   Outcome<void> setProperty(Code property, const Value& value) override {
     switch (property) {
-      case code("pvis"): return setSwitch(value, &Viewer::visible);
-      case code("pmnd"): return setSwitch(value, &Viewer::miniaturized);
-      case code("pzum"): return setSwitch(value, &Viewer::zoomed);
+      case code("pvis"):
+        return setSwitch(value, &Viewer::visible);
+      case code("pmnd"):
+        return setSwitch(value, &Viewer::miniaturized);
+      case code("pzum"):
+        return setSwitch(value, &Viewer::zoomed);
       case code("pidx"):
         if (!value.isNumber() || value.asReal() < 1) return as::failure(as::error::cannotSet);
         return model_.changeViews([&](ViewState& state) -> Result<void> {
@@ -219,7 +249,8 @@ class WindowObject final : public Shown {
         }
         return change([&](Viewer& viewer) { viewer.bounds = bounds; });
       }
-      default: return ScriptObject::setProperty(property, value);
+      default:
+        return ScriptObject::setProperty(property, value);
     }
   }
 
@@ -241,7 +272,11 @@ class WindowObject final : public Shown {
 
 }  // namespace
 
-ObjectRef viewerObject(MailModel& model, int viewerId) { return std::make_shared<ViewerObject>(model, viewerId); }
-ObjectRef windowObject(MailModel& model, int windowId) { return std::make_shared<WindowObject>(model, windowId); }
+ObjectRef viewerObject(MailModel& model, int viewerId) {
+  return std::make_shared<ViewerObject>(model, viewerId);
+}
+ObjectRef windowObject(MailModel& model, int windowId) {
+  return std::make_shared<WindowObject>(model, windowId);
+}
 
 }  // namespace quillbox::mailclient

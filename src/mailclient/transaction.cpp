@@ -1,5 +1,6 @@
 #include "mailclient/transaction.h"
 
+#include <algorithm>
 #include <cerrno>
 
 #include <fmt/format.h>
@@ -11,17 +12,13 @@
 namespace quillbox::mailclient {
 namespace {
 
+constexpr std::string_view kChanged = "changed";
+
 JournalPlace placeOf(const MailboxKey& mailbox, const LocatedMessage& message) {
   return {mailbox, message.folder.directory, message.file};
 }
 
 }  // namespace
-
-const std::string& Transaction::token() {
-  if (writer_) return writer_->token();
-  if (token_.empty()) token_ = environment_.token();
-  return token_;
-}
 
 Result<JournalWriter*> Transaction::writer() {
   if (!writer_) {
@@ -34,6 +31,22 @@ Result<JournalWriter*> Transaction::writer() {
     waiting_.clear();
   }
   return writer_.get();
+}
+
+Result<KeywordTable> Transaction::keywordsFor(const Path& folder, const std::vector<std::string>& names) {
+  auto table = store_.keywords(folder);
+  if (!table) return table;
+  if (std::ranges::all_of(names,
+                          [&](const std::string& name) { return table->letterOf(name).has_value(); })) {
+    return table;
+  }
+  const auto journal = writer();
+  if (!journal) return forward(journal);
+  JournalRecord record;
+  record.kind = JournalRecord::Kind::keywords;
+  record.to.folder = folder;
+  if (auto written = (*journal)->write(record); !written) return forward(written);
+  return requireKeywords(environment_, folder, names, (*journal)->token());
 }
 
 Result<void> Transaction::note(const JournalRecord& record) {
@@ -51,6 +64,7 @@ Result<Transaction::Step> Transaction::writeStep(JournalRecord record) {
   if (!journal) return forward(journal);
   const auto number = (*journal)->write(record);
   if (!number) return forward(number);
+  worthKeeping_ = true;
   return Step{std::move(record), *number};
 }
 
@@ -63,13 +77,14 @@ Error Transaction::explain(Error error, std::string_view action, const MessageKe
   if (error.number == error_number::messageNotFound || error.number == error_number::mailboxNotFound) {
     // Already a sentence about the message or the mailbox.
   } else {
-    error.message = fmt::format("The message “{}” could not be {}: {}", text::singleLine(readableBytes(key.id)),
-                                action, error.message);
+    error.message = fmt::format("The message “{}” could not be {}: {}",
+                                text::singleLine(readableBytes(key.id)), action, error.message);
   }
-  if (filed_ > 0) {
-    error.message += fmt::format(" ({} before it {} filed)", filed_ == 1 ? "1 message" : fmt::format("{} messages", filed_),
-                                 filed_ == 1 ? "was" : "were");
-  }
+  if (action == kChanged && filed_ == 0) return error;
+  const auto count = filed_ == 0   ? "no message was"
+                     : filed_ == 1 ? "1 message was"
+                                   : fmt::format("{} messages were", filed_);
+  error.message += fmt::format(" ({} filed before it)", count);
   return error;
 }
 
@@ -106,7 +121,7 @@ Result<void> Transaction::flush() {
   const auto pending = std::move(*pending_);
   pending_.reset();
   if (auto done = applyMarks(pending.key, pending.change); !done) {
-    return std::unexpected(explain(done.error(), "changed", pending.key));
+    return std::unexpected(explain(done.error(), kChanged, pending.key));
   }
   return {};
 }
@@ -121,7 +136,7 @@ Result<void> Transaction::applyMarks(const MessageKey& key, const MarkChange& ch
     auto after = before;
     change.apply(after);
     if (after == before) return {};
-    table = requireKeywords(environment_, folder, after.keywords, token());
+    table = keywordsFor(folder, after.keywords);
     if (!table) return forward(table);
     const MessageFile file{withMarks(name, after, *table).fileName(), Subfolder::current};
     if (file == message.file) return {};
@@ -193,25 +208,38 @@ Result<Folder> Transaction::makeMailbox(const std::string& account, const std::s
   if (auto synced = writer_->sync(); !synced) return forward(synced);
   for (const auto& folder : record.folders) {
     auto made = makeFolder(environment_.files, folder.directory);
-    if (made) made = subscribe(environment_, owner->path, owner->layout, folder.path, token());
+    if (made) made = subscribe(environment_, owner->path, owner->layout, folder.path, writer_->token());
     if (!made) {
-      return fail(made.error().number,
-                  fmt::format("The mailbox “{}” could not be made in “{}”: {}", path, owner->name, made.error().message));
+      return fail(made.error().number, fmt::format("The mailbox “{}” could not be made in “{}”: {}", path,
+                                                   owner->name, made.error().message));
     }
   }
   return record.folders.back();
 }
 
-Result<void> Transaction::commit() {
-  auto result = flush();
+Result<void> Transaction::syncTouched() {
+  Result<void> result;
   for (const auto& directory : touched_) {
     const auto synced = environment_.files.syncDirectory(directory);
     // A folder that somebody removed meanwhile needs no sync.
     if (!synced && synced.error().number != ENOENT && result) result = synced;
   }
   touched_.clear();
+  return result;
+}
+
+Result<void> Transaction::commit() {
+  auto result = flush();
+  // The journal first: what is filed for good can then be taken back after a power cut too.
+  if (writer_ && worthKeeping_) {
+    if (auto synced = writer_->sync(); !synced && result) result = synced;
+  }
+  if (auto synced = syncTouched(); !synced && result) result = synced;
   if (writer_) {
-    if (auto done = writer_->become(EntryState::done); !done && result) result = done;
+    if (!unsettled_) {
+      const auto closed = worthKeeping_ ? writer_->become(EntryState::done) : writer_->discard();
+      if (!closed && result) result = closed;
+    }
     writer_.reset();
   }
   waiting_.clear();

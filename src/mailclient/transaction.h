@@ -1,5 +1,5 @@
-// What one script, or one command, does to the mail: marks, moves, copies and new mailboxes, as one filing of the
-// journal.
+// What one script, or one command, does to the mail: marks, moves, copies and new mailboxes, as one filing of
+// the journal.
 #pragma once
 
 #include <map>
@@ -16,15 +16,16 @@
 
 namespace quillbox::mailclient {
 
-// Every change of the store passes here. A message is one file that is renamed: its new marks wait in memory until the
-// message moves, another message is touched or the transaction ends, so that reading, labelling, flagging and moving
-// a message is one rename, and a failure in the middle leaves each message filed or untouched.
+// Every change of the store passes here. A message is one file that is renamed: its new marks wait in memory
+// until the message moves, another message is touched or the transaction ends, so that reading, labelling,
+// flagging and moving a message is one rename, and a failure in the middle leaves each message filed or
+// untouched.
 //
-// The journal's entry is begun with the first move, copy or new mailbox; marks alone leave none, since each is one
-// rename and nothing to be taken back as a filing.
+// The journal's entry is begun with the first move, copy or new mailbox; marks alone leave none, since each
+// is one rename and nothing to be taken back as a filing.
 //
-// Used under the lock of MailClient. A transaction that is destroyed without commit() was given up: what it did stays,
-// and is closed by the next recovery.
+// Used under the lock of MailClient. A transaction that is destroyed without commit() was given up: what it
+// did stays, and is closed by the next recovery.
 class Transaction {
  public:
   // Where a message went, for those who hold its old key.
@@ -66,7 +67,8 @@ class Transaction {
   };
 
   Result<JournalWriter*> writer();
-  const std::string& token();
+  // The folder's letters for all of these keywords.
+  Result<KeywordTable> keywordsFor(const Path& folder, const std::vector<std::string>& names);
   Result<void> note(const JournalRecord& record);
   Result<Step> writeStep(JournalRecord record);
   void giveUp(const Step& step);
@@ -76,6 +78,7 @@ class Transaction {
   Result<MessageFile> placeByCopy(const LocatedMessage& source, Step& step, Mode mode);
   Result<void> writeDraft(const MessageKey& source, const Path& draft, const FileInfo& info);
   Result<void> removeSource(const Step& step);
+  Result<void> syncTouched();
   Result<void> applyMarks(const MessageKey& key, const MarkChange& change);
   MarkChange takePending(const MessageKey& key);
   std::string freshName(const FileInfo& info, const std::string& model);
@@ -83,7 +86,6 @@ class Transaction {
 
   const Environment& environment_;
   MailStore& store_;
-  std::string token_;
   std::unique_ptr<JournalWriter> writer_;
   std::vector<JournalRecord> waiting_;  // marks before the entry was begun
   std::optional<Pending> pending_;
@@ -91,6 +93,8 @@ class Transaction {
   std::set<std::pair<std::string, std::string>> apart_;  // pairs of folders on different file systems
   Moves moves_;
   std::size_t filed_ = 0;
+  bool worthKeeping_ = false;  // the entry holds more than marks
+  bool unsettled_ = false;     // a step could be neither completed nor taken back: recovery has to look again
 };
 
 }  // namespace quillbox::mailclient

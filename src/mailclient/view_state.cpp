@@ -16,7 +16,9 @@ namespace {
 constexpr int kVersion = 1;
 constexpr std::uint64_t kLargest = 256 << 20;
 
-Json encodeMailbox(const MailboxKey& key) { return Json{{"account", key.account}, {"path", readableBytes(key.path)}}; }
+Json encodeMailbox(const MailboxKey& key) {
+  return Json{{"account", key.account}, {"path", readableBytes(key.path)}};
+}
 
 Json encodeMessage(const MessageKey& key) {
   auto json = encodeMailbox(key.mailbox);
@@ -107,11 +109,13 @@ Viewer* ViewState::find(int viewerId) {
   return found == viewers.end() ? nullptr : &*found;
 }
 
-Viewer* ViewState::front() { return const_cast<Viewer*>(std::as_const(*this).front()); }
+Viewer* ViewState::front() {
+  return const_cast<Viewer*>(std::as_const(*this).front());
+}
 
 const Viewer* ViewState::front() const {
-  const auto visible =
-      std::ranges::find_if(viewers, [](const Viewer& viewer) { return viewer.visible && !viewer.miniaturized; });
+  const auto visible = std::ranges::find_if(
+      viewers, [](const Viewer& viewer) { return viewer.visible && !viewer.miniaturized; });
   if (visible != viewers.end()) return &*visible;
   return viewers.empty() ? nullptr : &viewers.front();
 }
@@ -144,7 +148,8 @@ Result<ViewState> ViewStateStore::read() {
     seen_.reset();
     return firstState();
   }
-  if (seen_ && seen_->inode == info->inode && seen_->modified == info->modified && seen_->size == info->size) {
+  if (seen_ && seen_->inode == info->inode && seen_->modified == info->modified &&
+      seen_->size == info->size) {
     return known_;
   }
   const auto text = files.read(file(), kLargest);
@@ -153,14 +158,20 @@ Result<ViewState> ViewStateStore::read() {
   if (!state) {
     const auto aside = keepDamagedFileAside(files, file());
     if (!aside) return forward(aside);
-    environment_.log.error(fmt::format("The state of the mail windows could not be read and was kept as {}: {}",
-                                       aside->string(), state.error().message));
+    environment_.log.error(
+        fmt::format("The state of the mail windows could not be read and was kept as {}: {}", aside->string(),
+                    state.error().message));
     seen_.reset();
     return firstState();
   }
   known_ = *state;
   seen_ = *info;
   return state;
+}
+
+void ViewStateStore::removeDrafts() {
+  const auto lock = environment_.files.lock(environment_.directory / "state.lock", std::chrono::seconds(10));
+  if (lock) removeDraftsOf(environment_.files, file());
 }
 
 Result<void> ViewStateStore::change(const std::function<Result<void>(ViewState&)>& change) {
@@ -176,8 +187,10 @@ Result<void> ViewStateStore::change(const std::function<Result<void>(ViewState&)
   Json viewers = Json::array();
   for (const auto& viewer : state->viewers) viewers.push_back(encodeViewer(viewer));
   const auto text =
-      writeJson(Json{{"version", kVersion}, {"nextId", state->nextId}, {"viewers", std::move(viewers)}}) + "\n";
-  if (auto written = writeAtomically(files, file(), text, 0600, environment_.token()); !written) return written;
+      writeJson(Json{{"version", kVersion}, {"nextId", state->nextId}, {"viewers", std::move(viewers)}}) +
+      "\n";
+  if (auto written = writeAtomically(files, file(), text, 0600, environment_.token()); !written)
+    return written;
   known_ = *state;
   const auto info = files.info(file());
   seen_ = info ? std::optional(*info) : std::nullopt;

@@ -57,6 +57,8 @@ class ViewStateStore {
   Result<ViewState> read();
   // Reads what is there, lets `change` alter it, and writes it when it differs.
   Result<void> change(const std::function<Result<void>(ViewState&)>& change);
+  // Removes drafts that a process that died has left.
+  void removeDrafts();
 
  private:
   Path file() const { return environment_.directory / "state.json"; }

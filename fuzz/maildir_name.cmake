@@ -1,0 +1,1 @@
+quillbox_fuzzer(maildir_name USES mailclient)

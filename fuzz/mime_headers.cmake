@@ -1,0 +1,1 @@
+quillbox_fuzzer(mime_headers USES mailclient)

@@ -1,0 +1,216 @@
+// Stops the program after every single step that changes the disk, starts it again, and looks at every
+// message.
+#include <algorithm>
+#include <functional>
+#include <iostream>
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "tests_support.h"
+
+namespace quillbox::mailclient {
+namespace {
+
+struct Scenario {
+  std::string name;
+  bool apart = false;                                        // the destination lies on another file system
+  std::function<void(TestMail&)> before = [](TestMail&) {};  // done without faults
+  std::function<void(TestMail&)> act;
+};
+
+constexpr int kMessages = 20;
+
+void prepare(TestMail& mail, bool apart) {
+  mail.makeFolder("/mail/a");
+  if (apart) mail.disk.mount("/mail/b");
+  mail.makeFolder("/mail/a/.Done");
+  mail.disk.put("/mail/a/subscriptions", "Done\n");
+  mail.disk.put("/mail/a/dovecot-uidlist", "3 V1 N2\n");
+  mail.disk.put("/mail/a/dovecot-keywords", "0 theirs\n");
+  mail.makeFolder("/mail/b/INBOX");
+  mail.addAccount("A", "/mail/a");
+  mail.addAccount("B", "/mail/b");
+  for (int i = 0; i < kMessages; ++i) {
+    mail.deliver("/mail/a", "m" + std::to_string(i), i % 3 == 0 ? "Sa" : "", i % 3 == 1 ? "new" : "cur");
+  }
+  if (auto selected = mail.client().selectAll("A", "INBOX"); !selected) fatal(selected.error().message);
+}
+
+Scenario filing(std::string name, const Filing& filing, bool apart = false) {
+  return {std::move(name), apart, [](TestMail&) {},
+          [filing](TestMail& mail) { (void)fileSelection(mail.client(), filing); }};
+}
+
+Scenario undoing(std::string name, const Filing& filing, bool apart = false) {
+  return {std::move(name), apart,
+          [filing](TestMail& mail) {
+            if (auto filed = fileSelection(mail.client(), filing); !filed) fatal(filed.error().message);
+          },
+          [](TestMail& mail) { (void)mail.client().undo(); }};
+}
+
+const std::vector<Scenario>& scenarios() {
+  static const std::vector<Scenario> all = {
+      filing("move inside an account", {"A", "Done", true, true, "6", "ccye"}),
+      filing("move between accounts", {"B", "INBOX", true, true, "", "ccre"}),
+      filing("move across file systems", {"B", "INBOX", true, true, "1", ""}, true),
+      filing("copy", {"A", "Done", false, true, "3", "ccbl"}),
+      filing("flag and label", {"", "", true, true, "4", "ccgr"}),
+      {"make a mailbox", false, [](TestMail&) {},
+       [](TestMail& mail) { (void)mail.client().makeMailbox("A", "Büro/Neu"); }},
+      undoing("undo of a move", {"A", "Done", true, true, "6", "ccye"}),
+      undoing("undo across file systems", {"B", "INBOX", true, true, "6", ""}, true),
+      undoing("undo of a copy", {"A", "Done", false, true, "0", ""}),
+  };
+  return all;
+}
+
+using Everything = std::multimap<std::string, std::string>;
+
+// The marks with which a message arrives in new/ are not told apart from those of cur/ by everything(), so
+// "before" and "after" are what an undisturbed run shows.
+struct Expected {
+  Everything before;
+  Everything after;
+  std::vector<std::string> foldersBefore;
+  std::vector<std::string> foldersAfter;
+};
+
+std::vector<std::string> folders(TestMail& mail) {
+  return *mail.client().mailboxes("A");
+}
+
+// Every message is as before or as after; counts which.
+void compare(const Expected& expected, const Everything& now, int& changed) {
+  changed = 0;
+  for (int i = 0; i < kMessages; ++i) {
+    const auto subject = "m" + std::to_string(i);
+    const auto places = [&](const Everything& all) {
+      std::multiset<std::string> result;
+      for (auto [at, end] = all.equal_range(subject); at != end; ++at) result.insert(at->second);
+      return result;
+    };
+    const auto there = places(now);
+    if (there == places(expected.after)) {
+      if (there != places(expected.before)) ++changed;
+      continue;
+    }
+    EXPECT_EQ(there, places(expected.before)) << subject;
+  }
+  for (const auto& [subject, place] : now)
+    EXPECT_EQ(subject.find("TORN"), std::string::npos) << subject << place;
+}
+
+class CrashPoints : public testing::TestWithParam<std::size_t> {};
+
+TEST_P(CrashPoints, LeaveEveryMessageWhole) {
+  const auto& scenario = scenarios()[GetParam()];
+  Expected expected;
+  {
+    TestMail mail;
+    prepare(mail, scenario.apart);
+    scenario.before(mail);
+    expected.before = mail.everything();
+    expected.foldersBefore = folders(mail);
+    scenario.act(mail);
+    expected.after = mail.everything();
+    expected.foldersAfter = folders(mail);
+    ASSERT_TRUE(mail.strayFiles().empty()) << mail.strayFiles().front();
+  }
+  int steps = 0;
+  for (const bool powerCut : {false, true}) {
+    for (std::uint64_t step = 1;; ++step) {
+      SCOPED_TRACE(testing::Message()
+                   << scenario.name << ", step " << step << (powerCut ? ", power cut" : ""));
+      TestMail mail;
+      prepare(mail, scenario.apart);
+      scenario.before(mail);
+      if (powerCut) {
+        ASSERT_TRUE(mail.disk.syncDirectory("/mail"));
+      }
+      mail.files.reset();
+      mail.files.crashAtStep(step, step % 2 == 0 ? FaultyFileSystem::Torn::half : FaultyFileSystem::Torn::no);
+      scenario.act(mail);
+      const bool crashed = mail.files.crashed();
+      const auto trace = mail.files.trace();
+      if (powerCut) mail.disk.losePower();
+      mail.restart();
+      ASSERT_TRUE(mail.client().start());
+      int changed = 0;
+      compare(expected, mail.everything(), changed);
+      EXPECT_TRUE(mail.strayFiles().empty()) << mail.strayFiles().front();
+      const auto made = folders(mail);
+      EXPECT_TRUE(made == expected.foldersBefore || made == expected.foldersAfter);
+      if (!crashed) {
+        EXPECT_EQ(mail.everything(), expected.after);
+      }
+      // What was filed can be taken back, and then everything is as it was.
+      if (changed > 0 && scenario.name.find("undo") == std::string::npos &&
+          scenario.name != "flag and label") {
+        const auto undone = mail.client().undo();
+        ASSERT_TRUE(undone) << undone.error().message;
+        if (!powerCut) {
+          EXPECT_EQ(undone->count, static_cast<std::size_t>(changed));
+          EXPECT_EQ(mail.everything(), expected.before);
+        }
+        EXPECT_TRUE(mail.strayFiles().empty());
+      }
+      if (testing::Test::HasFailure()) {
+        for (const auto& at : trace)
+          std::cerr << "  " << at.operation << " " << at.path << " " << at.to << "\n";
+        for (const auto& line : mail.log.lines()) std::cerr << "  log: " << line << "\n";
+        return;
+      }
+      ++steps;
+      if (!crashed) break;
+    }
+  }
+  RecordProperty("steps", steps);
+}
+
+INSTANTIATE_TEST_SUITE_P(Scenarios, CrashPoints, testing::Range<std::size_t>(0, 9), [](const auto& scenario) {
+  auto name = scenarios()[scenario.param].name;
+  std::ranges::replace(name, ' ', '_');
+  return name;
+});
+
+TEST(Journal, ThatCannotBeReadIsKeptAsideAndSaid) {
+  TestMail mail;
+  prepare(mail, false);
+  const auto before = mail.everything();
+  const std::string head = "{\"journal\":1,\"token\":\"t\",\"started\":\"x\"}\n";
+  const std::vector<std::pair<std::string, bool>> entries = {
+      {"", false},                               // nothing happened yet
+      {"{\"journal\":1,\"tok", false},           // torn in its first line
+      {head + "{\"do\":\"move\",\"fro", false},  // torn in a record
+      {"garbage", true},
+      {"{\"journal\":2,\"token\":\"t\"}\n", true},
+      {head + "{\"do\":\"dance\"}\n", true},
+      {head + "{\"do\":\"move\"}\n", true},
+      {head + "garbage\n{\"void\":0}\n", true},
+  };
+  int number = 1;
+  for (const auto& [text, damaged] : entries) {
+    for (const auto* extension : {".open", ".undo"}) {
+      const auto file = "/profile/mail/journal/000000000000000" + std::to_string(number) + "-t" + extension;
+      mail.disk.put(file, text);
+      mail.restart();
+      EXPECT_TRUE(mail.client().start()) << text;
+      EXPECT_FALSE(mail.disk.exists(file)) << text;
+      EXPECT_EQ(mail.disk.exists(file + ".damaged"), damaged) << text;
+    }
+    ++number;
+  }
+  mail.disk.put("/profile/mail/journal/9-t.done", "garbage");
+  EXPECT_FALSE(mail.client().undo());
+  EXPECT_TRUE(mail.disk.exists("/profile/mail/journal/9-t.done.damaged"));
+  EXPECT_EQ(mail.everything(), before);
+  EXPECT_GE(mail.log.lines(LogLevel::error).size(), 10U);
+}
+
+}  // namespace
+}  // namespace quillbox::mailclient
