@@ -1,0 +1,177 @@
+#include "main/composition.h"
+
+#include <utility>
+
+#include <fmt/format.h>
+
+#include "applescript/terminology.h"
+#include "base/text.h"
+#include "host/linux/environment.h"
+#include "mailclient/mail_session.h"
+
+namespace quillbox {
+namespace {
+
+constexpr std::uint64_t kLargestResource = 16U << 20U;  // bytes
+constexpr std::chrono::minutes kLongestScript{30};
+constexpr std::string_view kVersion = "4.0.0";
+constexpr std::string_view kFilingTag = "Filing";  // between the brackets of a filing-log line
+
+bool namesApplication(std::string_view asked, std::string_view name, std::string_view identifier) {
+  const std::string folded = text::foldCase(asked);
+  return folded == text::foldCase(name) || folded == text::foldCase(identifier);
+}
+
+// What one script can tell: the mail client, with a filing of its own for every run, and this application.
+class ProfileApplications final : public ScriptApplications {
+ public:
+  ProfileApplications(mailclient::MailClient& mail, std::shared_ptr<const applescript::Terminology> mailTerms,
+                      applescript::Application* quillbox)
+      : mail_(mail), mailTerms_(std::move(mailTerms)), quillbox_(quillbox) {}
+
+  applescript::Application* find(std::string_view nameOrIdentifier) override {
+    if (namesApplication(nameOrIdentifier, "Mail", mailBundleIdentifier)) {
+      if (!session_) session_ = std::make_unique<mailclient::MailSession>(mail_, mailTerms_);
+      return session_.get();
+    }
+    if (namesApplication(nameOrIdentifier, "Quillbox 4", quillboxBundleIdentifier)) return quillbox_;
+    return nullptr;
+  }
+  Result<void> finish() override { return session_ ? session_->finish() : Result<void>(); }
+
+ private:
+  mailclient::MailClient& mail_;
+  std::shared_ptr<const applescript::Terminology> mailTerms_;
+  applescript::Application* quillbox_;
+  std::unique_ptr<mailclient::MailSession> session_;
+};
+
+Result<std::string> readResource(FileSystem& files, const ResourceBundle& bundle, std::string_view name,
+                                 std::string_view extension) {
+  const auto file = bundle.locate(name, extension);
+  if (!file) return fail(ENOENT, fmt::format("The application’s file {}.{} is missing", name, extension));
+  return files.read(*file, kLargestResource);
+}
+
+}  // namespace
+
+struct Composition::Resources {
+  CatalogLocalizer localizer;
+  std::shared_ptr<const applescript::Terminology> mailTerms;
+  std::string quillboxDefinition;
+};
+
+// What filing touches beside the mail client.
+class Composition::Surroundings final : public FilingSurroundings {
+ public:
+  explicit Surroundings(Composition& all) : all_(all) {}
+
+  void hideQuillbox(std::string_view reason) override {
+    all_.log.debug(fmt::format("Reason to hideQuillbox: {}", reason));
+    all_.frontend.hideQuillbox(reason);
+  }
+  void trainOnSelection(const Mailbox& destination) override {
+    if (all_.trainOnSelection) all_.trainOnSelection(destination);
+  }
+  void appendToFilingLog(std::string entry) override { all_.filingLog.append(kFilingTag, entry); }
+  bool addToRecents(const Mailbox& destination) override {
+    const auto added = all_.recents.add(destination);
+    if (!added) all_.log.error("The recent mailboxes could not be stored: " + added.error().message);
+    return added.value_or(false);
+  }
+  void clearQuery() override { all_.mailboxes.query.set(""); }
+
+ private:
+  Composition& all_;
+};
+
+Result<std::unique_ptr<Composition>> Composition::make(const Outside& outside) {
+  const auto environment = processEnvironment();
+  auto profile = Profile::find(outside.profile, environment);
+  if (!profile) return forward(profile);
+  LinuxFileSystem files;
+  if (auto made = profile->makeFolders(files); !made) return forward(made);
+
+  const FileResourceBundle bundle(files, FileResourceBundle::rootsBeside(executablePath()));
+  Resources resources;
+  const auto catalogue = readResource(files, bundle, "Localizable", "xcstrings");
+  if (!catalogue) return forward(catalogue);
+  auto localizer = CatalogLocalizer::parse(*catalogue, preferredLanguages(environment));
+  if (!localizer) return forward(localizer);
+  resources.localizer = std::move(*localizer);
+  const auto mailDefinition = readResource(files, bundle, "Mail", "sdef");
+  if (!mailDefinition) return forward(mailDefinition);
+  auto mailTerms = applescript::Terminology::parse(*mailDefinition);
+  if (!mailTerms) return forward(mailTerms);
+  resources.mailTerms = std::move(*mailTerms);
+  auto quillboxDefinition = readResource(files, bundle, "Quillbox", "sdef");
+  if (!quillboxDefinition) return forward(quillboxDefinition);
+  resources.quillboxDefinition = *quillboxDefinition;
+
+  std::unique_ptr<Composition> all(new Composition(outside, std::move(*profile), resources));
+  if (auto started = all->mail.start(); !started) return forward(started);
+  auto application = QuillboxApplication::make(
+      resources.quillboxDefinition,
+      {all->dispatch, all->scripting, [frontend = &outside.frontend] { frontend->activate(); },
+       [frontend = &outside.frontend] { return frontend->isActive(); }, std::string(kVersion)});
+  if (!application) return forward(application);
+  all->application = std::move(*application);
+  return all;
+}
+
+Composition::Composition(const Outside& outside, Profile profileFolders, Resources resources)
+    : log(outside.log),
+      frontend(outside.frontend),
+      profile(std::move(profileFolders)),
+      bundle(files, FileResourceBundle::rootsBeside(executablePath())),
+      localizer(std::move(resources.localizer)),
+      defaults(files, random, log, profile.settingsFile),
+      settings(defaults, log),
+      mail(mailclient::Environment{files, clock, random, log, profile.mail}),
+      workspace([] { return true; }, [this] { return frontend.isActive(); }),
+      engine({files, clock, random,
+              [this, terms = resources.mailTerms] {
+                return std::make_unique<ProfileApplications>(mail, terms, application.get());
+              },
+              [this](std::string_view line) { frontend.scriptLog(line); },
+              applescript::Limits{.time = kLongestScript}}),
+      installedScripts(profile.applicationScripts, files, engine, dispatch),
+      helper({engine, installedScripts, bundle, workspace, dispatch, localizer, log, status}),
+      accounts(helper, dispatch, log),
+      retrieval({helper, bundle, workspace, notifications, status, log}),
+      actions({helper, settings, localizer, dispatch, log}),
+      installer({helper, bundle, files, localizer, log, frontend.installerInterface()}),
+      favorites(settings, notifications),
+      recents(settings),
+      excluded(settings),
+      mailboxes(
+          {settings, dispatch, notifications, log, helper, status, retrieval, favorites, recents, excluded}),
+      filingLog({files, dispatch, clock, random, log}, profile.data),
+      surroundings(std::make_unique<Surroundings>(*this)),
+      filing({settings, helper, dispatch, notifications, localizer, log, *surroundings}),
+      gmailModes(settings, accounts, log),
+      scripting{settings,
+                status,
+                notifications,
+                helper,
+                retrieval,
+                accounts,
+                filing,
+                bundle,
+                frontend.sounds(),
+                random,
+                localizer,
+                log,
+                [this]() -> std::optional<Mailbox> {
+                  const auto* selected = mailboxes.selectedMailbox();
+                  return selected != nullptr ? std::optional(*selected) : std::nullopt;
+                }} {
+  recents.setDirectory(&mailboxes);
+}
+
+Composition::~Composition() {
+  dispatch.drain();
+  recents.setDirectory(nullptr);
+}
+
+}  // namespace quillbox
