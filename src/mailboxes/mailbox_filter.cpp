@@ -29,14 +29,18 @@ class FilterRun {
     for (const auto& mailbox : snapshot_.excluded) {
       if (const auto position = index_.find(mailbox.id)) matching->remove(*position);
     }
-    const auto suggestions = matchingSuggestions();
-    assemble(suggestions, *matching);
-    if (search_.hasFailed()) dropEverything();
+    rest_ = std::move(*matching);
+    auto suggestions = matchingSuggestions();
+    assemble(suggestions);
+    if (search_.hasFailed()) {
+      // The pattern gave up half-way: what it found before would depend on the order of the list.
+      blocks_.clear();
+      rest_.clear();
+      suggestions.clear();
+    }
 
     MailboxFilterResult result;
-    for (const Position row : failed_ ? std::vector<Position>() : suggestions) {
-      result.suggestedMailboxes.push_back(at(row));
-    }
+    for (const Position row : suggestions) result.suggestedMailboxes.push_back(at(row));
     auto indices = displayIndices();
     result.filteredMailboxes =
         MailboxRows(index_.list(), std::move(indices), MailboxList(std::move(strangers_)));
@@ -89,15 +93,13 @@ class FilterRun {
 
   // The one place that decides which block stands where. A mailbox is a row once, at its first place.
   // Suggestions that have no block of their own stay where they are sorted, and are marked there.
-  void assemble(const std::vector<Position>& suggestions, HitSet& matching) {
+  void assemble(const std::vector<Position>& suggestions) {
     suggestionsOnTop_ = snapshot_.options.alwaysShowSmartSuggestionsOnTop && query_.matchesEverything() &&
                         !suggestions.empty();
-    if (suggestionsOnTop_) addBlock(suggestions, matching);
+    if (suggestionsOnTop_) addBlock(suggestions);
     const auto favoritesField = snapshot_.options.favoritesNameOnly ? SearchField::name : SearchField::path;
-    addBlock(kept(snapshot_.favorites, favoritesField), matching);
-    addBlock(kept(snapshot_.recents, field()), matching);
-    rows_.reserve(rows_.size() + matching.count());
-    matching.forEach([this](Position position) { rows_.push_back(position); });
+    addBlock(kept(snapshot_.favorites, favoritesField));
+    addBlock(kept(snapshot_.recents, field()));
   }
 
   std::vector<Position> kept(const std::vector<Position>& positions, SearchField field) {
@@ -108,18 +110,23 @@ class FilterRun {
     return rows;
   }
 
-  void addBlock(const std::vector<Position>& block, HitSet& matching) {
+  void addBlock(const std::vector<Position>& block) {
     for (const Position row : block) {
-      if (std::ranges::find(rows_, row) != rows_.end()) continue;
-      rows_.push_back(row);
-      if (row < index_.size()) matching.remove(row);
+      if (row < index_.size()) {
+        if (taken_.contains(row)) continue;
+        taken_.add(row);
+        rest_.remove(row);
+      } else if (std::ranges::find(blocks_, row) != blocks_.end()) {
+        continue;
+      }
+      blocks_.push_back(row);
     }
   }
 
-  // The pattern gave up half-way: what it found before would depend on the order of the list.
-  void dropEverything() {
-    failed_ = true;
-    rows_.clear();
+  template <class Visit>
+  void forEachRow(const Visit& visit) const {
+    for (const Position row : blocks_) visit(row);
+    rest_.forEach(visit);
   }
 
   // The rows as indices into the list, reordered by account priority.
@@ -128,10 +135,10 @@ class FilterRun {
       return row < index_.size() ? index_.listIndex(row)
                                  : static_cast<std::uint32_t>(index_.list().size()) + (row - index_.size());
     };
-    MailboxRows::Indices indices;
+    MailboxRows::Indices indices(blocks_.size() + rest_.count());
     if (!snapshot_.options.prioritizeAccounts || snapshot_.searchScope.empty()) {
-      indices.reserve(rows_.size());
-      for (const Position row : rows_) indices.push_back(toIndex(row));
+      auto next = indices.begin();
+      forEachRow([&](Position row) { *next++ = toIndex(row); });
       return indices;
     }
     // A stable counting sort by the account's place in the scope; other accounts follow.
@@ -145,10 +152,9 @@ class FilterRun {
       return static_cast<std::uint32_t>(std::ranges::find(scope, at(row).account) - scope.begin());
     };
     std::vector<std::size_t> next(scope.size() + 2);
-    for (const Position row : rows_) ++next[place(row) + 1];
+    forEachRow([&](Position row) { ++next[place(row) + 1]; });
     for (std::size_t i = 1; i < next.size(); ++i) next[i] += next[i - 1];
-    indices.resize(rows_.size());
-    for (const Position row : rows_) indices[next[place(row)]++] = toIndex(row);
+    forEachRow([&](Position row) { indices[next[place(row)]++] = toIndex(row); });
     return indices;
   }
 
@@ -160,9 +166,10 @@ class FilterRun {
   IndexSearch search_;
   AccountScope scope_;
   std::vector<Mailbox> strangers_;
-  std::vector<Position> rows_;
+  std::vector<Position> blocks_;
+  HitSet taken_{index_.size()};  // the blocks' rows
+  HitSet rest_{0};
   bool suggestionsOnTop_ = false;
-  bool failed_ = false;
 };
 
 }  // namespace

@@ -47,7 +47,9 @@ inline const char* findLiteral(const char* from, const char* end, std::string_vi
         std::memchr(at + rareAt, needle[rareAt], static_cast<std::size_t>(last - at) + 1);
     if (rare == nullptr) return nullptr;
     at = static_cast<const char*>(rare) - rareAt;
-    if (std::memcmp(at, needle.data(), needle.size()) == 0) return at;
+    if (std::memcmp(at, needle.data(), needle.size()) == 0) {
+      return at;
+    }
   }
   return nullptr;
 }

@@ -1,0 +1,297 @@
+// From a new query to the assembled rows, next to the plain form (one ICU regular expression a run, every
+// candidate folded) and to fzf as a process; taking a new list; and how long the main queue is held.
+//
+//   filter_bench                       everything at 20,000 and 1,000,000 mailboxes
+//   filter_bench --benchmark_filter=/20000/
+#include <cstdlib>
+#include <ctime>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <memory>
+
+#include <benchmark/benchmark.h>
+#include <fmt/format.h>
+#include <malloc.h>
+#include <unicode/regex.h>
+#include <unicode/unistr.h>
+#include <unistd.h>
+
+#include "base/text.h"
+#include "mailbox_trees.h"
+#include "mailboxes/mailbox_filter.h"
+#include "mailboxes/mailbox_manager.h"
+#include "support/fakes.h"
+#include "support/manual_dispatch.h"
+#include "support/recording_script_engine.h"
+
+namespace quillbox::bench {
+namespace {
+
+const std::atomic<bool> kGoOn = false;
+
+const MailboxList& listOf(std::size_t size) {
+  static std::map<std::size_t, MailboxList> lists;
+  auto& list = lists[size];
+  if (list.empty()) list = MailboxList(mailboxTree(size));
+  return list;
+}
+
+std::shared_ptr<const SearchIndex> indexOf(std::size_t size) {
+  static std::map<std::size_t, std::shared_ptr<const SearchIndex>> indices;
+  auto& index = indices[size];
+  if (!index) index = *SearchIndex::build(listOf(size), {}, CaseMode::insensitive);
+  return index;
+}
+
+FilterSnapshot snapshotOf(std::size_t size, const std::string& query) {
+  FilterSnapshot snapshot;
+  snapshot.index = indexOf(size);
+  snapshot.query = query;
+  for (std::uint32_t i = 0; i < 20; ++i) snapshot.favorites.push_back(snapshot.index->size() / 21 * i);
+  for (std::uint32_t i = 0; i < 10; ++i) snapshot.recents.push_back(snapshot.index->size() / 11 * i + 1);
+  return snapshot;
+}
+
+struct Query {
+  const char* name;
+  const char* text;
+};
+// One to three words, rare and frequent, letters outside ASCII, and what only a regular expression can
+// decide.
+constexpr Query kQueries[] = {
+    {"empty", ""},
+    {"one letter", "e"},
+    {"two letters", "in"},
+    {"one word", "invoices"},
+    {"rare word", "quartz bank 12"},
+    {"two words", "clients rep"},
+    {"three words", "north 2021 meet"},
+    {"three short words", "a e i"},
+    {"folded", "strasse energie"},
+    {"no match", "xylophone"},
+    {"anchor", "reports$"},
+    {"repetition", "e{2}tings"},
+};
+
+enum class Options { plainRun, nameOnly, scope, priority };
+
+void run(benchmark::State& state, std::size_t size, const char* query, Options options) {
+  auto snapshot = snapshotOf(size, query);
+  snapshot.options.mailboxNameOnly = options == Options::nameOnly;
+  snapshot.options.selectedAccountsOnly = options == Options::scope;
+  snapshot.options.prioritizeAccounts = options == Options::priority;
+  if (options == Options::scope || options == Options::priority) snapshot.searchScope = {"Home", "On My Mac"};
+  std::size_t rows = 0;
+  for (auto _ : state) {
+    const auto result = runFilter(snapshot, nullptr, kGoOn);
+    rows = result->filteredMailboxes.size();
+  }
+  state.counters["rows"] = static_cast<double>(rows);
+}
+
+// The last letter of a query that was typed before without it.
+void typed(benchmark::State& state, std::size_t size, const char* query) {
+  auto snapshot = snapshotOf(size, query);
+  SearchMemory before;
+  auto shorter = snapshot;
+  shorter.query.pop_back();
+  (void)runFilter(shorter, &before, kGoOn);
+  for (auto _ : state) {
+    state.PauseTiming();
+    SearchMemory memory = before;
+    state.ResumeTiming();
+    benchmark::DoNotOptimize(runFilter(snapshot, &memory, kGoOn));
+  }
+}
+
+void plain(benchmark::State& state, std::size_t size, const char* query) {
+  const auto& list = listOf(size);
+  std::size_t rows = 0;
+  for (auto _ : state) {
+    UErrorCode status = U_ZERO_ERROR;
+    UParseError place{};
+    const auto pattern = icu::UnicodeString::fromUTF8(QueryPattern(query, CaseMode::insensitive).pattern());
+    const std::unique_ptr<icu::RegexPattern> compiled(icu::RegexPattern::compile(pattern, 0, place, status));
+    icu::UnicodeString subject;
+    const std::unique_ptr<icu::RegexMatcher> matcher(compiled->matcher(subject, status));
+    std::vector<std::uint32_t> hits;
+    for (std::uint32_t i = 0; i < list.size(); ++i) {
+      subject = icu::UnicodeString::fromUTF8(text::foldDiacritics(list[i].path));
+      matcher->reset(subject);
+      if (matcher->matches(status)) hits.push_back(i);
+    }
+    rows = hits.size();
+  }
+  state.counters["rows"] = static_cast<double>(rows);
+}
+
+// Exact, unsorted matching, which costs fzf least; the process is a part of it, as it is when a menu calls
+// it.
+void fzf(benchmark::State& state, std::size_t size, const char* query) {
+  if (std::system("command -v fzf >/dev/null 2>&1") != 0) return state.SkipWithError("fzf is not installed");
+  const auto file =
+      std::filesystem::temp_directory_path() / fmt::format("filter_bench.{}.{}", ::getpid(), size);
+  {
+    std::ofstream out(file);
+    for (const auto& mailbox : listOf(size)) out << mailbox.path << '\n';
+  }
+  const auto command =
+      fmt::format("fzf --filter '{}' --exact --no-sort -i < '{}' > /dev/null", query, file.string());
+  for (auto _ : state) {
+    if (const int status = std::system(command.c_str()); status != 0 && status != 256) {
+      state.SkipWithError("fzf failed");
+      break;
+    }
+  }
+  std::filesystem::remove(file);
+}
+
+std::size_t heapInUse() {
+  const auto info = ::mallinfo2();
+  return info.uordblks + info.hblkhd;
+}
+
+// A list that arrives: hashed, indexed, ready to be searched. Bytes of heap for one mailbox, list and index.
+void takeList(benchmark::State& state, std::size_t size, const std::vector<MailboxSort>& sorts) {
+  double bytes = 0;
+  for (auto _ : state) {
+    state.PauseTiming();
+    const auto before = heapInUse();
+    const MailboxList list(mailboxTree(size));
+    state.ResumeTiming();
+    const auto index = *SearchIndex::build(list, sorts, CaseMode::insensitive);
+    state.PauseTiming();
+    bytes = static_cast<double>(heapInUse() - before) / static_cast<double>(size);
+    state.ResumeTiming();
+  }
+  state.counters["bytes_per_mailbox"] = bytes;
+}
+
+class NoInstalledScripts final : public InstalledScriptRunner {
+ public:
+  Path directory() const override { return {}; }
+  bool isInstalled(const std::string&) const override { return false; }
+  void execute(const std::string&, AppleEvent, Completion) override {}
+};
+
+// A manager whose queues run by hand, to see how long the main queue is held by any one task.
+class HeldMainQueue {
+ public:
+  double worstMilliseconds() const { return worst_; }
+
+  void deliver(const MailboxReloadPayload& payload) {
+    measure([&] { notifications_.post(notification::shouldReloadWithList, payload); });
+    settle();
+  }
+  void type(const std::string& query) {
+    measure([&] { manager_.search(query); });
+    settle();
+  }
+  void passSecond() { dispatch_.advance(std::chrono::seconds(2)); }
+  void restart() { worst_ = 0; }
+
+ private:
+  void settle() {
+    while (dispatch_.pendingBackground() > 0 || dispatch_.pendingMain() > 0) {
+      dispatch_.runBackground();
+      measure([&] { dispatch_.runMain(); });
+    }
+  }
+  // In time of the processor: what else the machine does is not the main queue's doing.
+  void measure(const std::function<void()>& task) {
+    const double start = threadMilliseconds();
+    task();
+    worst_ = std::max(worst_, threadMilliseconds() - start);
+  }
+  static double threadMilliseconds() {
+    timespec now{};
+    ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+    return static_cast<double>(now.tv_sec) * 1e3 + static_cast<double>(now.tv_nsec) / 1e6;
+  }
+
+  ManualClock clock_;
+  ManualDispatch dispatch_{clock_};
+  NotificationCenter notifications_;
+  RecordingLog log_;
+  MemoryUserDefaults defaults_;
+  UserSettings settings_{defaults_, log_};
+  FakeLocalizer localizer_;
+  FakeWorkspace workspace_;
+  FakeResourceBundle resources_;
+  RecordingScriptEngine engine_;
+  NoInstalledScripts installed_;
+  ScriptStatus status_;
+  AppleScriptHelper helper_{
+      {engine_, installed_, resources_, workspace_, dispatch_, localizer_, log_, status_}};
+  MailboxRetrieval retrieval_{{helper_, resources_, workspace_, notifications_, status_, log_}};
+  FavoriteMailboxManager favorites_{settings_, notifications_};
+  RecentMailboxManager recents_{settings_};
+  ExcludedMailboxManager excluded_{settings_};
+  MailboxManager manager_{{settings_, dispatch_, notifications_, log_, helper_, status_, retrieval_,
+                           favorites_, recents_, excluded_}};
+  double worst_ = 0;
+};
+
+void mainQueue(benchmark::State& state, std::size_t size) {
+  HeldMainQueue held;
+  const auto& list = listOf(size);
+  MailboxReloadPayload payload{{list.begin(), list.end()}, true, "bench"};
+  held.deliver(payload);
+  double list_ = 0;
+  double typing = 0;
+  for (auto _ : state) {
+    held.passSecond();
+    payload.mailboxes.front().name += '.';
+    held.restart();
+    held.deliver(payload);
+    list_ = std::max(list_, held.worstMilliseconds());
+    held.restart();
+    for (const auto& query : kQueries) held.type(query.text);
+    typing = std::max(typing, held.worstMilliseconds());
+  }
+  state.counters["worst_ms_list"] = list_;
+  state.counters["worst_ms_typing"] = typing;
+}
+
+void registerAll() {
+  const auto slow = [](benchmark::internal::Benchmark* bench) {
+    bench->Unit(benchmark::kMillisecond)->Iterations(3);
+  };
+  for (const std::size_t size : {std::size_t{20'000}, std::size_t{1'000'000}}) {
+    const auto name = [&](const char* what, const char* detail) {
+      return fmt::format("{}/{}/{}", what, size, detail);
+    };
+    const auto add = [&](const std::string& title, auto function) {
+      return benchmark::RegisterBenchmark(title.c_str(), function)->Unit(benchmark::kMillisecond);
+    };
+    for (const auto& query : kQueries) {
+      add(name("run", query.name), [=](auto& state) { run(state, size, query.text, Options::plainRun); });
+    }
+    for (const char* query : {"in", "invoices", "north 2021 meet"}) {
+      add(name("run name only", query), [=](auto& state) { run(state, size, query, Options::nameOnly); });
+      add(name("run scope", query), [=](auto& state) { run(state, size, query, Options::scope); });
+      add(name("run priority", query), [=](auto& state) { run(state, size, query, Options::priority); });
+      add(name("run typed", query), [=](auto& state) { typed(state, size, query); });
+      slow(add(name("plain", query), [=](auto& state) { plain(state, size, query); }));
+      slow(add(name("fzf", query), [=](auto& state) { fzf(state, size, query); })->UseRealTime());
+    }
+    add(name("run priority", "empty"), [=](auto& state) { run(state, size, "", Options::priority); });
+    slow(add(name("take list", "unsorted"), [=](auto& state) { takeList(state, size, {}); }));
+    slow(add(name("take list", "by path"), [=](auto& state) {
+      takeList(state, size, {{MailboxSortPathAppEnum::mailbox, SortOrder::forward}});
+    }));
+    slow(add(name("main queue", "held"), [=](auto& state) { mainQueue(state, size); }));
+  }
+}
+
+}  // namespace
+}  // namespace quillbox::bench
+
+int main(int argc, char** argv) {
+  quillbox::bench::registerAll();
+  benchmark::Initialize(&argc, argv);
+  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+  benchmark::RunSpecifiedBenchmarks();
+  benchmark::Shutdown();
+}
