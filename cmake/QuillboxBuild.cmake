@@ -32,6 +32,12 @@ if(QUILLBOX_SANITIZE)
   endif()
 endif()
 
+if(QUILLBOX_FUZZ)
+  # The libraries report the branches they take; without that a fuzzer learns nothing.
+  add_compile_options(-fsanitize=fuzzer-no-link)
+  add_link_options(-fsanitize=fuzzer-no-link)
+endif()
+
 find_package(PkgConfig REQUIRED)
 find_package(Threads REQUIRED)
 

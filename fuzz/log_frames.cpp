@@ -95,11 +95,11 @@ void require(bool holds) {
   if (!holds) std::abort();
 }
 
-void check(const std::string& file) {
-  const auto scan = log_frames::scan(file, keys());
+// Each record is one that was written, and none comes twice.
+log_frames::Scan scanForGenuineRecords(std::string_view file) {
+  auto scan = log_frames::scan(file, keys());
   std::uint64_t previous = 0;
   for (const auto& record : scan.records) {
-    // What was written at this place.
     std::size_t at = log_frames::fileHeaderSize;
     std::size_t number = 0;
     while (at < record.position) {
@@ -109,6 +109,11 @@ void check(const std::string& file) {
     require(record.position > previous);
     previous = record.position;
   }
+  return scan;
+}
+
+void check(const std::string& file) {
+  const auto scan = scanForGenuineRecords(file);
   // Only frames cut off at the end leave nothing that could be noticed.
   if (scan.problems.empty() && !goodFile().starts_with(file)) {
     require(scan.records.empty() ? file.size() <= log_frames::fileHeaderSize : file.starts_with(goodFile()));
@@ -120,8 +125,9 @@ void check(const std::string& file) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string_view bytes(reinterpret_cast<const char*>(data), size);
-  // As a file of its own ...
-  require(log_frames::scan(bytes, keys()).records.empty());
+  // As a file of its own: the fuzzer learns whole frames by watching comparisons, so even that may hold
+  // records ...
+  scanForGenuineRecords(bytes);
   // ... and as edits.
   std::string file = goodFile();
   Input input(bytes);
