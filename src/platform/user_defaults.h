@@ -24,6 +24,8 @@ struct Data {
 
 using DefaultsValue = std::variant<bool, std::int64_t, double, std::string, Data>;
 
+enum class Overwrite { always, unchangedOnly };
+
 // Main queue only, but safe against other processes on the same store: a set() merges into what others have
 // written. Reading never fails: what cannot be read is absent, and registered defaults stand in.
 class UserDefaults {
@@ -39,8 +41,10 @@ class UserDefaults {
   // Durable when it returns without an error; on an error the store is as before. Equal values are not
   // written again.
   virtual Result<void> set(std::string_view key, DefaultsValue value) = 0;
-  // All of them in one durable step, or none.
-  virtual Result<void> setAll(std::map<std::string, DefaultsValue> values) = 0;
+  // In one durable step, or not at all. With Overwrite::unchangedOnly a key that another process has changed
+  // since this object last looked is left as that process wants it.
+  virtual Result<void> setAll(std::map<std::string, DefaultsValue> values,
+                              Overwrite overwrite = Overwrite::always) = 0;
   virtual Result<void> remove(std::string_view key) = 0;
   // Adds to the registration dictionary; never stored.
   virtual void registerDefaults(std::map<std::string, DefaultsValue> defaults) = 0;

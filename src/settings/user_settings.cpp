@@ -125,8 +125,8 @@ UserSettings::UserSettings(UserDefaults& defaults, Log& log) : defaults_(default
   }
   defaults_.registerDefaults(std::move(registered));
   for (const auto& access : accesses()) load(access.key);
-  writeBack();
   changes_ = defaults_.observe([this](const std::string& key) { load(key); });
+  writeBack();
 }
 
 void UserSettings::load(std::string_view key) {
@@ -151,11 +151,18 @@ void UserSettings::load(std::string_view key) {
 
 void UserSettings::writeBack() {
   std::map<std::string, DefaultsValue> values;
+  std::map<std::string, DefaultsValue> forced;
   for (const auto& access : accesses()) {
-    if (access.registration == SettingAccess::Registration::forced) (void)access.load(*this, access.fallback);
+    if (access.registration == SettingAccess::Registration::forced) {
+      (void)access.load(*this, access.fallback);
+      forced.emplace(access.key, access.fallback);
+    }
     values.emplace(access.key, access.current(*this));
   }
-  if (const auto written = defaults_.setAll(std::move(values)); !written) log_.error(written.error().message);
+  // Another process may have set a key since this one read it: that stays.
+  auto written = defaults_.setAll(std::move(values), Overwrite::unchangedOnly);
+  if (written) written = defaults_.setAll(std::move(forced));
+  if (!written) log_.error(written.error().message);
 }
 
 Result<void> UserSettings::write(std::string_view key, DefaultsValue value) {

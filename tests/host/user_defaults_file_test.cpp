@@ -129,6 +129,11 @@ TEST(FileUserDefaults, RegistersRemovesNotifiesAndWritesOnlyDifferences) {
   defaults->synchronize();
   defaults->synchronize();
   EXPECT_THAT(changed, ElementsAre("a", "c"));
+  EXPECT_TRUE(other->setAll({{"a", true}, {"e", true}}));
+  EXPECT_TRUE(defaults->setAll({{"a", false}, {"b", false}, {"e", false}}, Overwrite::unchangedOnly));
+  EXPECT_EQ(defaults->stored("a"), DefaultsValue(true));
+  EXPECT_EQ(defaults->stored("b"), DefaultsValue(false));
+  EXPECT_EQ(defaults->stored("e"), DefaultsValue(true));
   // A stale equal value is written: the other's is not what this one believes.
   EXPECT_TRUE(other->set("d", false));
   EXPECT_TRUE(defaults->set("d", true));
@@ -260,6 +265,7 @@ TEST(FileUserDefaults, ValuesOfUnknownFormStayInTheFile) {
   EXPECT_EQ(store.log.lines().size(), 4U);
   EXPECT_EQ(defaults->stored("ok"), DefaultsValue(std::int64_t{1}));
   EXPECT_EQ(defaults->stored("list"), std::nullopt);
+  EXPECT_TRUE(defaults->setAll({{"huge", true}}, Overwrite::unchangedOnly));
   EXPECT_TRUE(defaults->set("none", true));
   EXPECT_TRUE(defaults->remove("odd"));
   EXPECT_EQ(store.disk.bytes(kFile), R"({

@@ -215,6 +215,17 @@ TEST(UserSettings, TakesOverWhatAnotherProcessWrote) {
   EXPECT_EQ(told, 1);
 }
 
+TEST(UserSettings, StartingTakesNothingBackThatAnotherProcessJustSet) {
+  Start start;
+  start.open();
+  MemoryUserDefaults late(start.store);  // has looked, and starts only after the other has changed something
+  EXPECT_TRUE(start.settings->beepAfterFiling.set(true));
+  RecordingLog log;
+  const UserSettings settings(late, log);
+  EXPECT_EQ(start.store->at("beepAfterFiling"), DefaultsValue(true));
+  EXPECT_TRUE(settings.beepAfterFiling.get());
+}
+
 TEST(UserSettings, AccessByKeyTakesWhatTheTypeTakesAndNamesTheRest) {
   struct Case {
     std::string key;

@@ -47,8 +47,14 @@ Result<void> MemoryUserDefaults::set(std::string_view key, DefaultsValue value) 
   return put(key, std::move(value));
 }
 
-Result<void> MemoryUserDefaults::setAll(std::map<std::string, DefaultsValue> values) {
+Result<void> MemoryUserDefaults::setAll(std::map<std::string, DefaultsValue> values, Overwrite overwrite) {
+  const Store known = seen_;
   for (auto& [key, value] : values) {
+    const auto mine = known.find(key);
+    const auto theirs = store_->find(key);
+    const bool others = (mine == known.end()) != (theirs == store_->end()) ||
+                        (mine != known.end() && mine->second != theirs->second);
+    if (others && overwrite == Overwrite::unchangedOnly) continue;
     if (auto done = put(key, std::move(value)); !done) return done;
   }
   return {};

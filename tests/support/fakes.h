@@ -33,7 +33,8 @@ class MemoryUserDefaults final : public UserDefaults {
   std::optional<DefaultsValue> stored(std::string_view key) const override;
   std::vector<std::string> storedKeys() const override;
   Result<void> set(std::string_view key, DefaultsValue value) override;
-  Result<void> setAll(std::map<std::string, DefaultsValue> values) override;
+  Result<void> setAll(std::map<std::string, DefaultsValue> values,
+                      Overwrite overwrite = Overwrite::always) override;
   Result<void> remove(std::string_view key) override;
   void registerDefaults(std::map<std::string, DefaultsValue> defaults) override;
   [[nodiscard]] Subscription observe(std::function<void(const std::string& key)> observer) override;

@@ -120,17 +120,17 @@ std::vector<std::string> FileUserDefaults::storedKeys() const {
 }
 
 Result<void> FileUserDefaults::set(std::string_view key, DefaultsValue value) {
-  return apply({{std::string(key), std::move(value)}});
+  return apply({{std::string(key), std::move(value)}}, Overwrite::always);
 }
 
-Result<void> FileUserDefaults::setAll(std::map<std::string, DefaultsValue> values) {
+Result<void> FileUserDefaults::setAll(std::map<std::string, DefaultsValue> values, Overwrite overwrite) {
   Changes changes;
   for (auto& [key, value] : values) changes.emplace(key, std::move(value));
-  return apply(changes);
+  return apply(changes, overwrite);
 }
 
 Result<void> FileUserDefaults::remove(std::string_view key) {
-  return apply({{std::string(key), std::nullopt}});
+  return apply({{std::string(key), std::nullopt}}, Overwrite::always);
 }
 
 void FileUserDefaults::registerDefaults(std::map<std::string, DefaultsValue> defaults) {
@@ -223,7 +223,7 @@ void FileUserDefaults::removeDrafts() {
   for (const auto& draft : drafts) (void)files_.remove(draft);
 }
 
-Result<void> FileUserDefaults::apply(const Changes& changes) {
+Result<void> FileUserDefaults::apply(const Changes& changes, Overwrite overwrite) {
   for (const auto& [key, value] : changes) {
     if (!value) continue;
     if (auto may = mayBeStored(key, *value); !may) return may;
@@ -241,6 +241,8 @@ Result<void> FileUserDefaults::apply(const Changes& changes) {
     bool differs = false;
     for (const auto& [key, value] : changes) {
       const auto it = contents->values.find(key);
+      const bool others = it == contents->values.end() ? stored(key).has_value() : stored(key) != it->second;
+      if ((others || contents->foreign.contains(key)) && overwrite == Overwrite::unchangedOnly) continue;
       const bool foreign = contents->foreign.erase(key) != 0;
       if (value ? it == contents->values.end() || it->second != *value
                 : it != contents->values.end() || foreign)

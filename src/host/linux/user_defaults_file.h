@@ -36,7 +36,8 @@ class FileUserDefaults final : public UserDefaults {
   // error_number::textNotUtf8 and settingValueInvalid for what JSON cannot hold (bytes in a text,
   // infinities).
   Result<void> set(std::string_view key, DefaultsValue value) override;
-  Result<void> setAll(std::map<std::string, DefaultsValue> values) override;
+  Result<void> setAll(std::map<std::string, DefaultsValue> values,
+                      Overwrite overwrite = Overwrite::always) override;
   Result<void> remove(std::string_view key) override;
   void registerDefaults(std::map<std::string, DefaultsValue> defaults) override;
   [[nodiscard]] Subscription observe(std::function<void(const std::string& key)> observer) override;
@@ -49,7 +50,7 @@ class FileUserDefaults final : public UserDefaults {
 
   enum class Lock { held, notHeld };
 
-  Result<void> apply(const Changes& changes);
+  Result<void> apply(const Changes& changes, Overwrite overwrite);
   Result<Contents> read(Lock lock);
   Result<Contents> decode(std::string bytes) const;
   std::string encode(const Contents& contents) const;
