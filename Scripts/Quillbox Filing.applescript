@@ -144,37 +144,26 @@ on neighbourOf(theMessages, theyLeave)
 			if (count of message viewers) is 0 then return missing value
 			set shownMessages to visible messages of message viewer 1
 		end tell
-		set leavingIds to idsOf(theMessages)
-		set shownIds to idsOf(shownMessages)
+		set shownCount to count of shownMessages
 		set firstPlace to 0
 		set lastPlace to 0
-		repeat with i from 1 to count of shownIds
-			if leavingIds contains {item i of shownIds} then
+		repeat with i from 1 to shownCount
+			if theMessages contains {item i of shownMessages} then
 				if firstPlace is 0 then set firstPlace to i
 				set lastPlace to i
 			end if
 		end repeat
 		if firstPlace is 0 then return missing value
 		if movesDown then
-			if lastPlace < (count of shownIds) then return item (lastPlace + 1) of shownMessages
+			if lastPlace < shownCount then return item (lastPlace + 1) of shownMessages
 			if firstPlace > 1 then return item (firstPlace - 1) of shownMessages
 		else
 			if firstPlace > 1 then return item (firstPlace - 1) of shownMessages
-			if lastPlace < (count of shownIds) then return item (lastPlace + 1) of shownMessages
+			if lastPlace < shownCount then return item (lastPlace + 1) of shownMessages
 		end if
 	end try
 	return missing value
 end neighbourOf
-
-on idsOf(theMessages)
-	set theIds to {}
-	tell application "Mail"
-		repeat with i from 1 to count of theMessages
-			set end of theIds to id of (item i of theMessages)
-		end repeat
-	end tell
-	return theIds
-end idsOf
 
 -- Selecting is a courtesy: the messages are filed, whatever becomes of it.
 on showNeighbour(theNeighbour)
@@ -199,19 +188,18 @@ on selectBeside(direction)
 		set shownMessages to visible messages of message viewer 1
 		set chosenMessages to selected messages of message viewer 1
 	end tell
-	set shownIds to idsOf(shownMessages)
-	set chosenIds to idsOf(chosenMessages)
+	set shownCount to count of shownMessages
 	set thePlace to 0
-	repeat with i from 1 to count of shownIds
-		if chosenIds contains {item i of shownIds} and (thePlace is 0 or direction > 0) then set thePlace to i
+	repeat with i from 1 to shownCount
+		if chosenMessages contains {item i of shownMessages} and (thePlace is 0 or direction > 0) then set thePlace to i
 	end repeat
 	if thePlace is 0 then
-		if (count of shownIds) is 0 then return
+		if shownCount is 0 then return
 		set thePlace to 1
 	else
 		set thePlace to thePlace + direction
 	end if
-	if thePlace < 1 or thePlace > (count of shownIds) then return
+	if thePlace < 1 or thePlace > shownCount then return
 	set theMessage to item thePlace of shownMessages
 	tell application "Mail" to set selected messages of message viewer 1 to {theMessage}
 end selectBeside
@@ -234,5 +222,10 @@ on sendKeyCodeToMail(keyCode, withCommand, withOption, withControl, withShift)
 	end repeat
 	tell application "Mail" to activate
 	-- System Events exists on some hosts only, so what addresses it is compiled when it is needed.
-	run script "tell application \"System Events\" to key code " & keyCode & " using {" & theKeys & "}"
+	try
+		run script "tell application \"System Events\" to key code " & keyCode & " using {" & theKeys & "}"
+	on error errorMessage number errorNumber
+		if errorNumber is -2741 then error "System Events is not here to press keys." number -600
+		error errorMessage number errorNumber
+	end try
 end sendKeyCodeToMail
