@@ -8,6 +8,9 @@ namespace quillbox::cli {
 void defineMail(CLI::App& app, Choice& choice);
 void defineAccounts(CLI::App& app, Choice& choice);
 void defineMailboxes(CLI::App& app, Choice& choice);
+void defineFavorites(CLI::App& app, Choice& choice);
+void defineRecents(CLI::App& app, Choice& choice);
+void defineExcluded(CLI::App& app, Choice& choice);
 void defineMessages(CLI::App& app, Choice& choice);
 void defineSelect(CLI::App& app, Choice& choice);
 void defineSelection(CLI::App& app, Choice& choice);
@@ -20,6 +23,8 @@ void defineLabel(CLI::App& app, Choice& choice);
 void defineGmailModes(CLI::App& app, Choice& choice);
 void defineFilingScript(CLI::App& app, Choice& choice);
 void defineLog(CLI::App& app, Choice& choice);
+void defineSuggest(CLI::App& app, Choice& choice);
+void defineTrain(CLI::App& app, Choice& choice);
 void defineSettings(CLI::App& app, Choice& choice);
 void defineRun(CLI::App& app, Choice& choice);
 

@@ -23,6 +23,9 @@ constexpr std::array kGroups{
     CommandGroup{"accounts", "The enabled accounts, as the mail client tells of them.", defineAccounts},
     CommandGroup{"mailboxes", "The mailboxes in display order, all or those that a query finds.",
                  defineMailboxes},
+    CommandGroup{"favorites", "The mailboxes that are always at hand.", defineFavorites},
+    CommandGroup{"recents", "The last mailboxes filed into, newest first.", defineRecents},
+    CommandGroup{"excluded", "The mailboxes that are never offered.", defineExcluded},
     CommandGroup{"messages", "The messages of a mailbox, newest first.", defineMessages},
     CommandGroup{"select", "Select messages in the mail client.", defineSelect},
     CommandGroup{"selection", "The messages that are selected in the mail client.", defineSelection},
@@ -35,7 +38,10 @@ constexpr std::array kGroups{
     CommandGroup{"gmail-modes", "Which web-mail accounts archive messages before they are filed.",
                  defineGmailModes},
     CommandGroup{"filing-script", "The script that files mail of web-mail accounts.", defineFilingScript},
-    CommandGroup{"log", "What was filed.", defineLog},
+    CommandGroup{"suggest", "The likely mailboxes for the selected messages, or for examples out of a file.",
+                 defineSuggest},
+    CommandGroup{"train", "Let the suggestions learn the messages of a mailbox.", defineTrain},
+    CommandGroup{"log", "What was filed, and what the suggestions have learnt from.", defineLog},
     CommandGroup{"settings", "Read and change settings.", defineSettings},
     CommandGroup{"run", "Run an AppleScript against the mail client and Quillbox.", defineRun},
     CommandGroup{
@@ -118,12 +124,10 @@ Result<Invocation> parseCommandLine(const std::vector<std::string>& words) {
     invocation.help = speaker->help();
     return invocation;
   } catch (const CLI::ParseError& error) {
-    const bool known = std::ranges::any_of(words, [](const auto& word) {
-      return std::ranges::any_of(kGroups, [&](const auto& group) { return word == group.name; });
-    });
-    const auto command = std::ranges::find_if(words, [](const auto& word) { return !word.starts_with("-"); });
-    if (!known && command != words.end() && app.get_subcommands().empty() && words.front() == *command) {
-      return fail(error_number::wrongUsage, firstWordProblem({*command}));
+    // Nothing else than a word that is no command can be left over before one was found.
+    const auto left = app.remaining();
+    if (app.get_subcommands().empty() && !left.empty() && !left.front().starts_with("-")) {
+      return fail(error_number::wrongUsage, firstWordProblem(left));
     }
     return usageError(error);
   }
