@@ -171,16 +171,16 @@ TEST_P(FileSystemContract, OfManyRenamesToOneNameOneWins) {
 TEST_P(FileSystemContract, ALockExcludesAndTimesOutAndIsGivenBack) {
   constexpr int threads = 4;
   constexpr int rounds = 50;
-  int unguarded = 0;
+  std::atomic<int> unguarded = 0;  // read and written apart: only the lock keeps the sum
   std::vector<std::thread> workers;
   for (int i = 0; i < threads; ++i) {
     workers.emplace_back([&] {
       for (int round = 0; round < rounds; ++round) {
         const auto lock = files_->lock(at("lock"), milliseconds(60'000));
         ASSERT_TRUE(lock) << lock.error().message;
-        const int seen = unguarded;
+        const int seen = unguarded.load(std::memory_order_relaxed);
         std::this_thread::yield();
-        unguarded = seen + 1;
+        unguarded.store(seen + 1, std::memory_order_relaxed);
       }
     });
   }
