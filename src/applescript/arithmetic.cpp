@@ -36,7 +36,7 @@ Value Evaluator::arithmetic(Operator operation, const Value& leftValue, const Va
   const double x = a.asReal();
   const double y = b.asReal();
   const auto divisor = [&] {
-    if (y == 0) raise(error::divideByZero, wording(error::divideByZero, {sourceForm(a)}), a);
+    if (y == 0) raise(error::divideByZero, wording(error::divideByZero, {formatReal(x)}), a);
   };
   const auto finite = [&](double value) {
     if (!std::isfinite(value)) raise(error::numberTooLarge, wording(error::numberTooLarge));

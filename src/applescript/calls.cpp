@@ -221,6 +221,10 @@ Value Evaluator::evalCall(const CallNode& node) {
   if (target.is(Kind::Script)) {
     auto found = findHandler(target, node.name);
     if (found.handler) return invokeCall(node, *found.handler, found.home, target);
+    // Without a parent of its own a script object inherits from the one around it.
+    found = findHandlerAround(target.as<ScriptInstance>().outer.get(), node.name);
+    if (found.handler)
+      return invokeCall(node, *found.handler, found.home, Value::object(Kind::Script, found.keep));
   }
   if (own) {
     auto found = findHandlerAround(frame_->home, node.name);
@@ -252,8 +256,9 @@ Value Evaluator::evalLabelledCall(const LabelledCallNode& node) {
   auto target = node.target ? containerOf(node.target.get()) : node.inTell ? frame_->it : frame_->me;
   site_ = &node;
   auto found = findHandler(target, node.name);
-  if (!found.handler && !node.target && !node.inTell) {
-    found = findHandlerAround(frame_->home, node.name);
+  if (!found.handler && target.is(Kind::Script)) {
+    found = findHandlerAround(target.as<ScriptInstance>().outer.get(), node.name);
+    if (!found.handler && !node.target && !node.inTell) found = findHandlerAround(frame_->home, node.name);
     if (found.handler) target = Value::object(Kind::Script, found.keep);
   }
   if (!found.handler)

@@ -14,8 +14,9 @@ const Value* Evaluator::find(const Parameters& parameters, Code code) {
 }
 
 Value Evaluator::evalCommand(const CommandNode& node) {
-  // `on log(x)` or `on activate` of the script itself comes first.
-  if (frame_->home && !isApplicationReference(frame_->it)) {
+  // `on log(x)` or `on activate` of the script itself comes first; `run x` is for x to answer.
+  const bool forDirect = node.command->suite == code("aevt") && node.direct;
+  if (!forDirect && !isApplicationReference(frame_->it)) {
     for (auto* script = frame_->home; script; script = script->outer.get()) {
       if (!script->node.handler(node.name)) continue;
       const auto& handler = *script->node.handler(node.name);

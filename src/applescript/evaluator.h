@@ -160,7 +160,9 @@ class Evaluator {
   Value propertyOf(const Value& container, const Name& name);
   Value textProperty(const Value& text, const Name& name, bool& found);
   Value dateProperty(const Value& date, Code property, bool& found);
-  Value scriptProperty(const Value& script, const Name& name, bool& found);
+  enum class Members : std::uint8_t { Declared, WithGlobals };
+  Value scriptProperty(const Value& script, const Name& name, bool& found,
+                       Members members = Members::WithGlobals);
   struct ElementKey {
     SpecifierForm form;
     Code classCode;
@@ -174,7 +176,7 @@ class Evaluator {
   std::vector<Value> elementsOfText(const Value& text, Code classCode);
   std::size_t countOfText(const Value& text, Code classCode);
   Value textPiece(const Value& text, Code classCode, std::size_t index);
-  std::pair<std::size_t, std::size_t> bytesOf(const Value& text, Code classCode, const Value& key, bool end);
+  std::pair<std::size_t, std::size_t> bytesOf(const Value& text, const ElementKey& range, const Value& key);
   bool isOfClass(const Value& value, Code classCode);
   [[noreturn]] void cannotGetElement(const Value& container, const ElementKey& element,
                                      std::int64_t number = error::noSuchObject);

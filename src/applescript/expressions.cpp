@@ -122,7 +122,7 @@ Value Evaluator::readDynamic(const Name& name) {
   for (const Value& start : {frame_->me, frame_->it}) {
     if (!start.is(Kind::Script)) continue;
     bool found = false;
-    auto value = scriptProperty(start, name, found);
+    auto value = scriptProperty(start, name, found, Members::Declared);
     if (found) return value;
   }
   if (frame_->home) {

@@ -14,24 +14,21 @@ std::string formatReal(double value) {
   if (std::isnan(value)) return "NaN";
   if (std::isinf(value)) return value < 0 ? "-INF" : "INF";
   const double size = std::fabs(value);
-  if (size == 0) return "0.0";
+  const auto withoutZeros = [](std::string digits) {
+    digits.erase(digits.find_last_not_of('0') + 1);
+    if (digits.back() == '.') digits += '0';
+    return digits;
+  };
   if (size < 10000 && size > 0.0001) {
-    auto text = fmt::format("{:.12g}", value);
-    // Twelve digits may have rounded it up to where the exponent begins.
-    if (text.find('e') == std::string::npos && std::fabs(parseReal(text).value_or(0)) < 10000) {
-      if (text.find('.') == std::string::npos) text += ".0";
-      return text;
-    }
+    auto text = fmt::format("{:.12f}", value);
+    // Rounding may have taken it up to where the exponent begins.
+    if (text.find("10000.") == std::string::npos) return withoutZeros(std::move(text));
   }
-  auto text = fmt::format("{:.11e}", value);
+  const auto text = fmt::format("{:.12e}", value);
   const auto exponentAt = text.find('e');
-  auto mantissa = text.substr(0, exponentAt);
-  mantissa.erase(mantissa.find_last_not_of('0') + 1);
-  if (mantissa.back() == '.') mantissa += '0';
-  const char sign = text[exponentAt + 1];
   auto exponent = text.substr(exponentAt + 2);
   exponent.erase(0, std::min(exponent.find_first_not_of('0'), exponent.size() - 1));
-  return mantissa + "E" + sign + exponent;
+  return withoutZeros(text.substr(0, exponentAt)) + "E" + text[exponentAt + 1] + exponent;
 }
 
 std::optional<Value> parseNumber(std::string_view text) {

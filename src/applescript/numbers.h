@@ -9,8 +9,8 @@
 
 namespace quillbox::applescript {
 
-// Twelve significant digits, always with a decimal point; from 10,000 up and from 0.0001 down with an
-// exponent: 0.5, 1234.0, 1.2345E+4, 9.99999999E+8.
+// Up to twelve decimals and at least one; from 10,000 up and from 0.0001 down with an exponent: 0.5, 1234.0,
+// 0.333333333333, 1.2345E+4, 9.99999999E+8.
 std::string formatReal(double value);
 // What the text reads as: an integer, a real, or nullopt. White space around it does not count.
 std::optional<Value> parseNumber(std::string_view text);

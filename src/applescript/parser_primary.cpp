@@ -237,7 +237,8 @@ NodePtr Parser::wordPrimary(Stops stops) {
     --at_;
     return point(front ? SpecifierForm::PointBefore : SpecifierForm::PointAfter, true);
   }
-  if (isReserved(word)) wrong("expression");
+  // `class of x is script`: a class, though the word also begins a statement.
+  if (isReserved(word) && word != "script") wrong("expression");
   if (term) return termPrimary(*term, stops);
   if (token(1).isSymbol("(")) {
     ++at_;

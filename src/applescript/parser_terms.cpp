@@ -29,7 +29,7 @@ NodePtr Parser::termPrimary(const Meaning& found, Stops stops) {
                        (isWord("from") && (found.plural || found.classCode == code("ctxt"))) ||
                        (isWord("index") && (at_ + 1 < tokens_.size()));
     at_ -= found.words;
-    const bool count = found.classCode == code("nmbr") && ofFollows;
+    const bool count = found.classCode == code("nmbr") && !found.plural && ofFollows;
     if (count) {
       at_ += found.words + 1;
       auto node = build<CommandNode>(start, *languageTerms().find("count")->command);

@@ -139,7 +139,7 @@ Value Evaluator::dateProperty(const Value& date, Code property, bool& found) {
 }
 
 // A property, a handler as a value, or what a parent has of these.
-Value Evaluator::scriptProperty(const Value& script, const Name& name, bool& found) {
+Value Evaluator::scriptProperty(const Value& script, const Name& name, bool& found, Members members) {
   found = true;
   Value current = script;
   // Parents may form a circle.
@@ -148,9 +148,11 @@ Value Evaluator::scriptProperty(const Value& script, const Name& name, bool& fou
     if (const auto member = instance.node.member(name)) return instance.slots[*member];
     if (const auto* handler = instance.node.handler(name))
       return Value::object(Kind::Handler, make<HandlerObject>(*handler, &instance));
-    if (!instance.outer) {
+    if (!instance.outer && members == Members::WithGlobals) {
       if (const auto* global = instance.globals->find(name); global && !global->isNothing()) return *global;
     }
+    if (name.code() == code("pnam") && !instance.node.name.text().empty())
+      return Value::text(std::string(instance.node.name.text()));
     if (name.code() == code("pare") || name.folded() == "parent")
       return instance.parent.isNothing() ? Value::className(code("ascr")) : instance.parent;
     if (instance.parent.isNothing() || !instance.parent.is(Kind::Script)) {
@@ -163,13 +165,12 @@ Value Evaluator::scriptProperty(const Value& script, const Name& name, bool& fou
         }
         return propertyOf(instance.parent, name);
       }
-      break;
+      // Without a parent of its own a script object inherits from the one around it.
+      if (!instance.outer) break;
+      current = Value::object(Kind::Script, instance.outer);
+      continue;
     }
     current = instance.parent;
-  }
-  if (name.code() == code("pnam")) {
-    const auto text = script.as<ScriptInstance>().node.name.text();
-    if (!text.empty()) return Value::text(std::string(text));
   }
   found = false;
   return {};

@@ -134,17 +134,18 @@ class Resolver {
       const auto folded = key(name);
       if (scope.locals.contains(folded) || scope.globals.contains(folded)) return;
       if (declaredGlobal_.contains(folded) || isMemberAround(name, scope)) return;
-      // A closure assigns the variable of the handler around it.
-      for (const auto* script = scope.script; script; script = script->outer) {
-        for (const auto* around = script->around; around; around = nullptr) {
-          if (around->locals.contains(folded) && !around->top) return;
-        }
-      }
       if (scope.top) {
         globalSlot(name);
       } else {
         declareLocal(name, scope);
       }
+    }
+    // `set my x to 1` makes a variable of the script.
+    if (target.kind == NodeKind::Property) {
+      const auto& property = static_cast<const PropertyNode&>(target);
+      if (property.container && property.container->kind == NodeKind::Me && property.name.code() == 0 &&
+          !isMemberAround(property.name, scope))
+        globalSlot(property.name);
     }
     if (target.kind == NodeKind::List) {
       for (const auto& item : static_cast<const ListNode&>(target).items) assigned(*item, scope);

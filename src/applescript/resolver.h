@@ -8,7 +8,8 @@ namespace quillbox::applescript {
 
 // A variable is local to its handler when the handler assigns it, unless it is declared global or is a
 // property of a script object around it. What the statements at the top assign is global. Handlers of a
-// script object inside a handler see the variables of that handler, which then live in cells.
+// script object inside a handler read the variables of that handler, which then live in cells; what they
+// assign is their own.
 void resolve(Program& program);
 
 }  // namespace quillbox::applescript

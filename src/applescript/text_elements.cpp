@@ -134,19 +134,19 @@ Value Evaluator::textElement(const Value& text, const ElementKey& element) {
 }
 
 // The bytes of the element that a range begins or ends with.
-std::pair<std::size_t, std::size_t> Evaluator::bytesOf(const Value& text, Code classCode, const Value& key,
-                                                       bool) {
-  Code unit = classCode == code("ctxt") || classCode == code("cobj") ? code("cha ") : classCode;
+std::pair<std::size_t, std::size_t> Evaluator::bytesOf(const Value& text, const ElementKey& range,
+                                                       const Value& key) {
+  Code unit =
+      range.classCode == code("ctxt") || range.classCode == code("cobj") ? code("cha ") : range.classCode;
   Value number = key;
   if (key.is(Kind::Specifier)) {
     const auto& inner = key.as<SpecifierObject>();
     unit = inner.code == code("ctxt") || inner.code == code("cobj") ? code("cha ") : inner.code;
     number = inner.key;
   }
-  const ElementKey whole{SpecifierForm::Index, unit, number, {}};
-  if (!isTextClass(unit)) cannotGetElement(text, whole);
+  if (!isTextClass(unit)) cannotGetElement(text, range);
   const auto at = position(number, countOfText(text, unit));
-  if (!at) cannotGetElement(text, whole);
+  if (!at) cannotGetElement(text, range);
   const auto& index = text.as<TextObject>().index();
   if (unit == code("citm")) return textItems(text)[*at];
   const auto span = unit == code("cwor")   ? index.words()[*at]
@@ -157,8 +157,8 @@ std::pair<std::size_t, std::size_t> Evaluator::bytesOf(const Value& text, Code c
 
 // `text 2 thru 4` is one text; `words 2 thru 4` are a list, whose ends may be given by other elements.
 Value Evaluator::textRange(const Value& text, const ElementKey& element) {
-  auto first = bytesOf(text, element.classCode, element.key, false);
-  auto last = bytesOf(text, element.classCode, element.secondKey, true);
+  auto first = bytesOf(text, element, element.key);
+  auto last = bytesOf(text, element, element.secondKey);
   if (first.first > last.first) std::swap(first, last);
   const auto utf8 = text.asText();
   auto piece = Value::text(std::string(utf8.substr(first.first, last.second - first.first)));
