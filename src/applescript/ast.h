@@ -77,6 +77,7 @@ struct LiteralNode final : Node {
 struct ListNode final : Node {
   ListNode() : Node(NodeKind::List) {}
   std::vector<NodePtr> items;
+  NodePtr container;  // of {name, id} of x
 };
 
 struct RecordNode final : Node {
@@ -171,6 +172,7 @@ struct PropertyNode final : Node {
   explicit PropertyNode(Name itsName) : Node(NodeKind::Property), name(std::move(itsName)) {}
   Name name;
   NodePtr container;
+  Value otherwise;  // the class of the same name, when there is one
 };
 
 struct ElementNode final : Node {

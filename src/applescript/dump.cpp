@@ -204,6 +204,7 @@ void TreeDump::visit(const Node& node) {
       line(node, "list");
       const Deeper deeper(*this);
       for (const auto& item : static_cast<const ListNode&>(node).items) visit(*item);
+      child("of", static_cast<const ListNode&>(node).container);
       break;
     }
     case NodeKind::Record: {

@@ -140,6 +140,7 @@ class Evaluator {
   Value evalReference(const Node& node);
   Value containerOf(const Node* node);
   Value access(const PropertyNode& node, Value container);
+  Value propertyOrClass(const PropertyNode& node, Value container);
   Value access(const ElementNode& node, Value container);
   Value evalPoint(const PointNode& node);
   Value evalApplication(const ApplicationNode& node);

@@ -59,7 +59,10 @@ Value Evaluator::event(Application& application, Work work) {
   try {
     const End end{application};
     ObjectResolver resolver(*this, application, begun + timeout_);
-    return work(resolver);
+    auto answer = work(resolver);
+    // An answer that comes too late is none.
+    resolver.checkDeadline();
+    return answer;
   } catch (ObjectResolver::Refused& refused) {
     failure = worded(application, std::move(refused));
   }

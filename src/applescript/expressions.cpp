@@ -22,7 +22,8 @@ Value Evaluator::eval(const Node& node) {
       const auto& property = static_cast<const PropertyNode&>(node);
       auto container = containerOf(property.container.get());
       site_ = &node;
-      return access(property, std::move(container));
+      if (property.otherwise.isNothing() || property.container) return access(property, std::move(container));
+      return propertyOrClass(property, std::move(container));
     }
     case NodeKind::Element: {
       const auto& element = static_cast<const ElementNode&>(node);
@@ -138,6 +139,12 @@ Value Evaluator::readDynamic(const Name& name) {
 }
 
 Value Evaluator::evalList(const ListNode& node) {
+  struct Restore {
+    Value& it;
+    Value previous;
+    ~Restore() { it.swap(previous); }
+  } restore{frame_->it, frame_->it};
+  if (node.container) frame_->it = containerOf(node.container.get());
   std::vector<Value> items;
   items.reserve(node.items.size());
   for (const auto& item : node.items) items.push_back(needed(eval(*item)));

@@ -36,6 +36,7 @@ class ObjectResolver {
   // As the application sees a value of the script: its own references resolved, also inside lists and
   // records.
   Value argument(const Value& value);
+  void checkDeadline();
 
  private:
   Value specifier(const SpecifierObject& specifier, const Value& self);
@@ -49,7 +50,6 @@ class ObjectResolver {
   std::vector<ObjectRef> all(const ObjectRef& object, Code elementClass, const Value& self);
   std::size_t indexIn(const std::vector<ObjectRef>& all, const Value& end, const SpecifierObject& specifier,
                       const ObjectRef& container, const Value& self);
-  void checkDeadline();
   template <class T>
   T checked(Outcome<T> outcome, const Value& about);
   [[noreturn]] void refuse(std::int64_t number, const Value& about);

@@ -27,9 +27,9 @@ bool isPreposition(std::string_view word);
 
 // What surrounds an expression and ends it early.
 struct Stops {
-  bool in = false;     // `in` belongs to the command outside
-  bool as = false;     // so does `as`
-  bool whose = false;  // the filter belongs to the whole reference
+  const Command* command = nullptr;  // the one outside: its parameters' names come before operators
+  bool in = false;                   // `in` does not lead to a container
+  bool whose = false;                // the filter belongs to the whole reference
 };
 
 class Parser {
@@ -107,7 +107,10 @@ class Parser {
   NodePtr command(const Meaning& meaning);
   void commandParameters(CommandNode& node);
   bool booleanParameters(CommandNode& node, bool value);
-  const CommandParameter* parameterLabel(const Command& command, std::size_t& words) const;
+  const CommandParameter* parameterLabel(const Command& command, std::size_t& words,
+                                         std::size_t ahead = 0) const;
+  // Whether `of`, or an `in` that means the same, stands there.
+  bool isOf(const Stops& stops, std::size_t ahead = 0) const;
   NodePtr typeName();
 
   // Expressions (parser_expressions.cpp).

@@ -170,7 +170,8 @@ NodePtr Parser::binary(int minimum, Stops stops) {
   for (;;) {
     const auto match = operatorHere();
     if (!match || match->precedence < minimum) return left;
-    if (match->isCoercion && stops.as) return left;
+    std::size_t words = 0;
+    if (match->isCoercion && stops.command && parameterLabel(*stops.command, words)) return left;
     const auto& place = token();
     at_ += match->words;
     if (match->isCoercion) {

@@ -220,7 +220,8 @@ NodePtr Parser::labelledCall(Name name, const Token& start) {
 }
 
 // The parameter of the command whose name stands here; the longest, since "with" may begin several.
-const CommandParameter* Parser::parameterLabel(const Command& itsCommand, std::size_t& words) const {
+const CommandParameter* Parser::parameterLabel(const Command& itsCommand, std::size_t& words,
+                                               std::size_t ahead) const {
   const CommandParameter* best = nullptr;
   words = 0;
   for (const auto& parameter : itsCommand.parameters) {
@@ -230,7 +231,7 @@ const CommandParameter* Parser::parameterLabel(const Command& itsCommand, std::s
     bool matches = true;
     while (matches && from <= name.size()) {
       const auto space = std::min(name.find(' ', from), name.size());
-      matches = isWord(name.substr(from, space - from), count);
+      matches = isWord(name.substr(from, space - from), ahead + count);
       ++count;
       from = space + 1;
     }
@@ -240,6 +241,12 @@ const CommandParameter* Parser::parameterLabel(const Command& itsCommand, std::s
     }
   }
   return best;
+}
+
+bool Parser::isOf(const Stops& stops, std::size_t ahead) const {
+  if (isWord("of", ahead)) return true;
+  std::size_t words = 0;
+  return isWord("in", ahead) && !stops.in && !(stops.command && parameterLabel(*stops.command, words, ahead));
 }
 
 NodePtr Parser::command(const Meaning& meaning) {
@@ -252,10 +259,7 @@ NodePtr Parser::command(const Meaning& meaning) {
   std::size_t words = 0;
   if (itsCommand.hasDirectParameter && !parameterLabel(itsCommand, words) && beginsExpression()) {
     Stops stops;
-    for (const auto& parameter : itsCommand.parameters) {
-      stops.in |= parameter.name == "in";
-      stops.as |= parameter.name == "as";
-    }
+    stops.command = &itsCommand;
     // What a count or a look counts is the reference, and operators go on with its result.
     const bool tight = itsCommand.suite == code("core") && itsCommand.parameters.size() <= 1;
     node->direct = tight ? unary(stops) : expression(stops);
@@ -270,10 +274,7 @@ NodePtr Parser::command(const Meaning& meaning) {
 void Parser::commandParameters(CommandNode& node) {
   const auto& itsCommand = *node.command;
   Stops stops;
-  for (const auto& parameter : itsCommand.parameters) {
-    stops.in |= parameter.name == "in";
-    stops.as |= parameter.name == "as";
-  }
+  stops.command = &itsCommand;
   for (;;) {
     std::size_t words = 0;
     if (const auto* parameter = parameterLabel(itsCommand, words)) {

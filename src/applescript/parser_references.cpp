@@ -12,6 +12,8 @@ NodePtr* containerSlot(Node& node) {
       return &static_cast<PropertyNode&>(node).container;
     case NodeKind::Element:
       return &static_cast<ElementNode&>(node).container;
+    case NodeKind::List:
+      return &static_cast<ListNode&>(node).container;
     case NodeKind::Point:
       return &static_cast<PointNode&>(node).container;
     case NodeKind::Call:
@@ -48,7 +50,7 @@ NodePtr Parser::chain(Stops stops) {
     node = possessive(std::move(node), stops);
   }
   const auto& place = token();
-  if (!isWord("of") && (stops.in || !isWord("in"))) return node;
+  if (!isOf(stops)) return node;
   if (node->kind != NodeKind::Variable) {
     auto* slot = containerSlot(*node);
     if (!slot || *slot) return node;
@@ -72,6 +74,16 @@ NodePtr Parser::attach(NodePtr node, NodePtr container, const Token& place) {
   }
   auto* slot = containerSlot(*node);
   if (!slot || *slot) wrong("end of line, etc.");
+  if (node->kind == NodeKind::List) {
+    // {name, size} of x: each of these, of x.
+    for (auto& item : static_cast<ListNode&>(*node).items) {
+      if (item->kind != NodeKind::Variable) continue;
+      auto property = std::make_unique<PropertyNode>(static_cast<VariableNode&>(*item).name);
+      property->line = item->line;
+      property->column = item->column;
+      item = std::move(property);
+    }
+  }
   deepen(*node, container.get());
   *slot = std::move(container);
   return node;
@@ -117,7 +129,7 @@ void Parser::filter(NodePtr& node, Stops stops) {
     auto& element = static_cast<ElementNode&>(*found);
     deepen(element, test.get());
     element.test = std::move(test);
-    if (!element.container && (isWord("of") || (isWord("in") && !stops.in))) {
+    if (!element.container && isOf(stops)) {
       ++at_;
       inner.whose = true;
       auto container = chain(inner);

@@ -21,7 +21,7 @@ NodePtr Parser::termPrimary(const Meaning& found, Stops stops) {
       if (keyed) return classPrimary(*shorter, stops);
     }
   }
-  const bool ofFollows = next.isWord("of") || (next.isWord("in") && !stops.in);
+  const bool ofFollows = isOf(stops, found.words);
   if (found.classCode != 0) {
     at_ += found.words;
     const bool keyed = beginsKey() || isWord("id") || isWord("named") || isWord("before") ||
@@ -55,7 +55,11 @@ NodePtr Parser::termPrimary(const Meaning& found, Stops stops) {
       }
     }
     at_ += found.words;
-    return build<PropertyNode>(start, Name(found.text, found.property));
+    auto property = build<PropertyNode>(start, Name(found.text, found.property));
+    // `class of x is mailbox`: where nobody has such a property the class is meant.
+    if (found.classCode != 0 && !found.plural && !ofFollows)
+      property->otherwise = Value::className(found.classCode, found.classTerms);
+    return property;
   }
   if (found.enumerator != 0 && !(found.command && beginsExpression() && !ofFollows && at_ > 0 &&
                                  tokens_[at_ - 1].kind == TokenKind::NewLine)) {
@@ -121,7 +125,7 @@ NodePtr Parser::classPrimary(const Meaning& found, Stops stops) {
     return node;
   }
   // `text of x` is all of it.
-  if (isWord("of") || (isWord("in") && !stops.in)) {
+  if (isOf(stops)) {
     if (found.classCode == code("ctxt")) return build<PropertyNode>(start, Name(found.text, found.classCode));
     // As the name of something that a script or a record calls so.
     return build<PropertyNode>(start, Name(found.text, found.classCode));

@@ -202,7 +202,7 @@ class Printer {
 
   void specifier(const SpecifierObject& specifier) {
     const auto& root = specifier.root();
-    const auto* terms = root.asApplication() ? &root.asApplication()->terminology() : nullptr;
+    const auto* terms = root.asApplication() ? &root.asApplication()->terminology() : terms_;
     const auto className = [&] { return classTerm(specifier.code, terms); };
     switch (specifier.form) {
       case SpecifierForm::Property:
@@ -234,7 +234,9 @@ class Printer {
         out_ += "every " + className();
         container(specifier);
         out_ += " whose ";
+        std::swap(terms_, terms);
         print(specifier.key);
+        std::swap(terms_, terms);
         return;
       case SpecifierForm::Range:
         out_ += plural(specifier.code, terms) + " ";
@@ -273,6 +275,7 @@ class Printer {
   }
 
   const Application* omit_;
+  const Terminology* terms_ = nullptr;  // of the objects that a filter examines
   std::string out_;
   std::vector<const void*> path_;
 };

@@ -95,6 +95,15 @@ Value Evaluator::access(const PropertyNode& node, Value container) {
   return propertyOf(container, node.name);
 }
 
+Value Evaluator::propertyOrClass(const PropertyNode& node, Value container) {
+  try {
+    return access(node, std::move(container));
+  } catch (const Raised& raised) {
+    if (raised.final || raised.failure.number != error::noSuchObject) throw;
+    return node.otherwise;
+  }
+}
+
 namespace {
 
 Value textFromIds(const Value& ids, bool& valid) {
@@ -124,8 +133,10 @@ Value Evaluator::access(const ElementNode& node, Value container) {
     if (key.kind == NodeKind::Element && !static_cast<const ElementNode&>(key).container) {
       const auto& inner = static_cast<const ElementNode&>(key);
       const auto innerKey = inner.key ? operand(eval(*inner.key)) : Value();
+      const auto form =
+          innerKey.isText() && inner.form == SpecifierForm::Index ? SpecifierForm::Named : inner.form;
       return Value::object(Kind::Specifier,
-                           make<SpecifierObject>(inner.form, Value(), inner.classCode, Name(), innerKey));
+                           make<SpecifierObject>(form, Value(), inner.classCode, Name(), innerKey));
     }
     return operand(eval(key));
   };

@@ -296,6 +296,7 @@ void Resolver::visit(Node& node, HandlerScope& scope) {
       break;
     case NodeKind::List:
       for (const auto& item : static_cast<ListNode&>(node).items) visit(*item, scope);
+      visitIf(static_cast<ListNode&>(node).container, scope);
       break;
     case NodeKind::Record:
       for (const auto& [name, value] : static_cast<RecordNode&>(node).fields) visit(*value, scope);
