@@ -210,22 +210,13 @@ end getFrontmostMailWindowBounds
 
 -- Presses a key in Mail with the modifier keys command, option, control and shift.
 on sendKeyCodeToMail(keyCode, withCommand, withOption, withControl, withShift)
-	set theModifiers to {}
-	if withCommand then set end of theModifiers to "command down"
-	if withOption then set end of theModifiers to "option down"
-	if withControl then set end of theModifiers to "control down"
-	if withShift then set end of theModifiers to "shift down"
-	set theKeys to ""
-	repeat with theModifier in theModifiers
-		if theKeys is not "" then set theKeys to theKeys & ", "
-		set theKeys to theKeys & theModifier
-	end repeat
 	tell application "Mail" to activate
-	-- System Events exists on some hosts only, so what addresses it is compiled when it is needed.
-	try
-		run script "tell application \"System Events\" to key code " & keyCode & " using {" & theKeys & "}"
-	on error errorMessage number errorNumber
-		if errorNumber is -2741 then error "System Events is not here to press keys." number -600
-		error errorMessage number errorNumber
-	end try
+	tell application "System Events"
+		set theModifiers to {}
+		if withCommand then set end of theModifiers to command down
+		if withOption then set end of theModifiers to option down
+		if withControl then set end of theModifiers to control down
+		if withShift then set end of theModifiers to shift down
+		key code keyCode using theModifiers
+	end tell
 end sendKeyCodeToMail

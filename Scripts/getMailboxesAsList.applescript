@@ -45,7 +45,8 @@ on recordsOf(theReferences, theAccountName)
 	return theRecords
 end recordsOf
 
--- The names of all containers up to the account, joined by slashes.
+-- The names of all containers up to the account, joined by slashes. Beyond the topmost mailbox stands nothing, or the
+-- account, which is in no account itself.
 on pathOf(theMailbox, theName)
 	set thePath to theName
 	set theContainer to theMailbox
@@ -53,7 +54,8 @@ on pathOf(theMailbox, theName)
 		try
 			tell application "Mail"
 				set theContainer to container of theContainer
-				if class of theContainer is not mailbox then return thePath
+				if theContainer is missing value then return thePath
+				get account of theContainer
 				set thePath to (name of theContainer) & "/" & thePath
 			end tell
 		on error

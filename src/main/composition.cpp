@@ -22,19 +22,21 @@ bool namesApplication(std::string_view asked, std::string_view name, std::string
   return folded == text::foldCase(name) || folded == text::foldCase(identifier);
 }
 
-// What one script can tell: the mail client, with a filing of its own for every run, and this application.
+// What one script can tell: the mail client, with a filing of its own for every run, and what all runs share.
 class ProfileApplications final : public ScriptApplications {
  public:
   ProfileApplications(mailclient::MailClient& mail, std::shared_ptr<const applescript::Terminology> mailTerms,
-                      applescript::Application* quillbox)
-      : mail_(mail), mailTerms_(std::move(mailTerms)), quillbox_(quillbox) {}
+                      std::vector<applescript::Application*> others)
+      : mail_(mail), mailTerms_(std::move(mailTerms)), others_(std::move(others)) {}
 
   applescript::Application* find(std::string_view nameOrIdentifier) override {
     if (namesApplication(nameOrIdentifier, "Mail", mailBundleIdentifier)) {
       if (!session_) session_ = std::make_unique<mailclient::MailSession>(mail_, mailTerms_);
       return session_.get();
     }
-    if (namesApplication(nameOrIdentifier, "Quillbox 4", quillboxBundleIdentifier)) return quillbox_;
+    for (auto* other : others_) {
+      if (namesApplication(nameOrIdentifier, other->name(), other->identifier())) return other;
+    }
     return nullptr;
   }
   Result<void> finish() override { return session_ ? session_->finish() : Result<void>(); }
@@ -42,7 +44,7 @@ class ProfileApplications final : public ScriptApplications {
  private:
   mailclient::MailClient& mail_;
   std::shared_ptr<const applescript::Terminology> mailTerms_;
-  applescript::Application* quillbox_;
+  std::vector<applescript::Application*> others_;
   std::unique_ptr<mailclient::MailSession> session_;
 };
 
@@ -53,11 +55,20 @@ Result<std::string> readResource(FileSystem& files, const ResourceBundle& bundle
   return files.read(*file, kLargestResource);
 }
 
+Result<std::shared_ptr<const applescript::Terminology>> readTerms(FileSystem& files,
+                                                                  const ResourceBundle& bundle,
+                                                                  std::string_view name) {
+  const auto definition = readResource(files, bundle, name, "sdef");
+  if (!definition) return forward(definition);
+  return applescript::Terminology::parse(*definition);
+}
+
 }  // namespace
 
 struct Composition::Resources {
   CatalogLocalizer localizer;
   std::shared_ptr<const applescript::Terminology> mailTerms;
+  std::shared_ptr<const applescript::Terminology> systemEventsTerms;
   std::string quillboxDefinition;
 };
 
@@ -71,7 +82,9 @@ class Composition::Surroundings final : public FilingSurroundings {
     all_.frontend.hideQuillbox(reason);
   }
   void trainOnSelection(const Mailbox& destination) override {
-    if (all_.trainOnSelection) all_.trainOnSelection(destination);
+    all_.suggestions.trainOnSelection(destination, [&log = all_.log](const Result<std::size_t>& learnt) {
+      if (!learnt) log.error("The filed messages could not be learnt: " + learnt.error().message);
+    });
   }
   void appendToFilingLog(std::string entry) override { all_.filingLog.append(kFilingTag, entry); }
   bool addToRecents(const Mailbox& destination) override {
@@ -99,11 +112,12 @@ Result<std::unique_ptr<Composition>> Composition::make(const Outside& outside) {
   auto localizer = CatalogLocalizer::parse(*catalogue, preferredLanguages(environment));
   if (!localizer) return forward(localizer);
   resources.localizer = std::move(*localizer);
-  const auto mailDefinition = readResource(files, bundle, "Mail", "sdef");
-  if (!mailDefinition) return forward(mailDefinition);
-  auto mailTerms = applescript::Terminology::parse(*mailDefinition);
+  auto mailTerms = readTerms(files, bundle, "Mail");
   if (!mailTerms) return forward(mailTerms);
   resources.mailTerms = std::move(*mailTerms);
+  auto systemEventsTerms = readTerms(files, bundle, "System Events");
+  if (!systemEventsTerms) return forward(systemEventsTerms);
+  resources.systemEventsTerms = std::move(*systemEventsTerms);
   auto quillboxDefinition = readResource(files, bundle, "Quillbox", "sdef");
   if (!quillboxDefinition) return forward(quillboxDefinition);
   resources.quillboxDefinition = *quillboxDefinition;
@@ -129,9 +143,11 @@ Composition::Composition(const Outside& outside, Profile profileFolders, Resourc
       settings(defaults, log),
       mail(mailclient::Environment{files, clock, random, log, profile.mail}),
       workspace([] { return true; }, [this] { return frontend.isActive(); }),
+      systemEvents("System Events", "com.apple.systemevents", std::move(resources.systemEventsTerms)),
       engine({files, clock, random,
               [this, terms = resources.mailTerms] {
-                return std::make_unique<ProfileApplications>(mail, terms, application.get());
+                return std::make_unique<ProfileApplications>(
+                    mail, terms, std::vector<applescript::Application*>{application.get(), &systemEvents});
               },
               [this](std::string_view line) { frontend.scriptLog(line); },
               applescript::Limits{.time = kLongestScript}}),
@@ -144,6 +160,13 @@ Composition::Composition(const Outside& outside, Profile profileFolders, Resourc
       favorites(settings, notifications),
       recents(settings),
       excluded(settings),
+      // A profile of its own keeps everything in its folder, its secrets too.
+      secrets(files, random, profile.data, outside.profile ? nullptr : desktopSecretService()),
+      suggestions(
+          {helper, settings, dispatch, notifications, localizer, log},
+          std::make_unique<AdvancedLogManager>(AdvancedLogManager::Services{files, random, secrets, log},
+                                               profile.data, AdvancedLogMode::encrypted)),
+      modelSuggestions(suggestions),
       mailboxes(
           {settings, dispatch, notifications, log, helper, status, retrieval, favorites, recents, excluded}),
       filingLog({files, dispatch, clock, random, log}, profile.data),
@@ -167,6 +190,7 @@ Composition::Composition(const Outside& outside, Profile profileFolders, Resourc
                   return selected != nullptr ? std::optional(*selected) : std::nullopt;
                 }} {
   recents.setDirectory(&mailboxes);
+  mailboxes.setSuggestions(&modelSuggestions);
 }
 
 Composition::~Composition() {

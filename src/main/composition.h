@@ -13,6 +13,7 @@
 #include "automation/mailbox_retrieval.h"
 #include "filing/filing_pipeline.h"
 #include "filing/gmail_filing_mode_manager.h"
+#include "host/linux/absent_application.h"
 #include "host/linux/catalog_localizer.h"
 #include "host/linux/clock.h"
 #include "host/linux/dispatch.h"
@@ -23,11 +24,14 @@
 #include "host/linux/quillbox_application.h"
 #include "host/linux/resource_bundle.h"
 #include "host/linux/script_engine.h"
+#include "host/linux/secret_store.h"
 #include "host/linux/user_defaults_file.h"
 #include "mailboxes/mailbox_manager.h"
+#include "mailboxes/model_suggestions.h"
 #include "mailclient/mail_client.h"
 #include "scripting/script_command.h"
 #include "suggestions/log_manager.h"
+#include "suggestions/smart_suggestions_manager.h"
 
 namespace quillbox {
 
@@ -79,6 +83,7 @@ class Composition {
   mailclient::MailClient mail;
   ProfileWorkspace workspace;
   ScriptStatus status;
+  AbsentApplication systemEvents;
   InterpreterEngine engine;
   InstalledScripts installedScripts;
   AppleScriptHelper helper;
@@ -89,10 +94,11 @@ class Composition {
   FavoriteMailboxManager favorites;
   RecentMailboxManager recents;
   ExcludedMailboxManager excluded;
+  LinuxSecretStore secrets;
+  SmartSuggestionsManager suggestions;
+  ModelSuggestions modelSuggestions;
   MailboxManager mailboxes;
   LogManager filingLog;
-  // Starts to learn the selected messages as the destination's; may be empty.
-  std::function<void(const Mailbox& destination)> trainOnSelection;
   std::unique_ptr<FilingSurroundings> surroundings;
   FilingPipeline filing;
   GmailFilingModeManager gmailModes;

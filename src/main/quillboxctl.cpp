@@ -92,6 +92,7 @@ cli::Services servicesOf(Composition& all) {
           .filing = all.filing,
           .gmailModes = all.gmailModes,
           .filingLog = all.filingLog,
+          .suggestions = all.suggestions,
           .mail = all.mail,
           .currentDirectory = std::filesystem::current_path(ignored),
           .readStandardInput = readStandardInput};

@@ -1,0 +1,343 @@
+// Filing by both routes, with the real interpreter over a real Maildir.
+#include <algorithm>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "automation/selected_messages.h"
+#include "host/linux/stderr_log.h"
+#include "main/composition.h"
+#include "store.h"
+#include "support/fakes.h"
+
+namespace quillbox {
+namespace {
+
+class RecordingFrontend final : public Frontend, public InstallerInterface, public SoundPlayer {
+ public:
+  void hideQuillbox(std::string_view reason) override { events.push_back("hide " + std::string(reason)); }
+  void activate() override { events.emplace_back("activate"); }
+  bool isActive() const override { return true; }
+  InstallerInterface& installerInterface() override { return *this; }
+  SoundPlayer& sounds() override { return *this; }
+  void scriptLog(std::string_view) override {}
+  void chooseFolder(const Panel& panel, std::function<void(std::optional<Path>)> chosen) override {
+    panels.push_back(panel);
+    chosen(choice);
+  }
+  void showAlert(const std::string& title, const std::string&, const std::string&) override {
+    events.push_back("alert " + title);
+  }
+  void beep() override { events.emplace_back("beep"); }
+  void play(const Path&) override { events.emplace_back("sound"); }
+
+  std::vector<std::string> events;
+  std::vector<Panel> panels;
+  std::optional<Path> choice;
+};
+
+enum class Route { inlineText, filingScript };
+
+class Routes : public testing::Test {
+ protected:
+  Routes() {
+    store_.fill("Work", 5);
+    store_.folder("Work", ".Archive");
+    store_.fill("Web", 4);
+    store_.folder("Web", ".Label");
+    store_.folder("Web", ".[Gmail].All Mail");
+    auto made = Composition::make({Path(store_.profile()), log_, frontend_});
+    if (!made) ADD_FAILURE() << made.error().message;
+    all_ = std::move(*made);
+    EXPECT_TRUE(all_->mail.addAccount({"Work", store_.mail() / "Work", "mail.example.org", {}}));
+    EXPECT_TRUE(all_->mail.addAccount({"Web", store_.mail() / "Web", "imap.GMAIL.com", {}}));
+    EXPECT_EQ(all_->installer.install(all_->helper.directoryURL()), FilingScriptInstaller::Installed::yes);
+    errors_ = all_->notifications.observe<AppleScriptError>(
+        notification::didReceiveError, [this](const AppleScriptError& error) { posted_.push_back(error); });
+    frontend_.events.clear();
+  }
+
+  void use(Route route) { EXPECT_TRUE(all_->settings.useFilingScript.set(route == Route::filingScript)); }
+
+  TransferOutcome file(const Mailbox& destination, FilingAction action,
+                       KeepOpen keepOpen = KeepOpen::bySetting) {
+    posted_.clear();
+    std::optional<TransferOutcome> outcome;
+    const auto started = all_->filing.transferSelectedMessages(
+        {destination, action, keepOpen}, [&](const TransferOutcome& ended) { outcome = ended; });
+    EXPECT_TRUE(started.has_value());
+    all_->dispatch.runMainUntil([&] { return outcome.has_value(); });
+    all_->dispatch.drain();
+    return *outcome;
+  }
+
+  std::string filingLog() {
+    const auto text = all_->filingLog.text();
+    return text ? *text : text.error().message;
+  }
+
+  Store store_;
+  RecordingLog log_;
+  RecordingFrontend frontend_;
+  std::unique_ptr<Composition> all_;
+  Subscription errors_;
+  std::vector<AppleScriptError> posted_;
+  const Mailbox archive_ = Mailbox::make("Archive", "Archive", "Work");
+  const Mailbox label_ = Mailbox::make("Label", "Label", "Web");
+};
+
+TEST_F(Routes, EveryActionAndCountWithEverySettingOnAndOff) {
+  std::int64_t total = 0;
+  for (const Route route : {Route::inlineText, Route::filingScript}) {
+    for (const FilingAction action : {FilingAction::move, FilingAction::copy, FilingAction::archive}) {
+      for (const std::size_t count : {0U, 1U, 3U}) {
+        for (const bool on : {false, true}) {
+          SCOPED_TRACE(fmt::format("route {} action {} count {} on {}", static_cast<int>(route),
+                                   static_cast<int>(action), count, on));
+          use(route);
+          auto& settings = all_->settings;
+          ASSERT_TRUE(
+              settings.labelFiledMessages.set(on ? MessageLabelAppEnum::blue : MessageLabelAppEnum::none));
+          ASSERT_TRUE(
+              settings.flagFiledMessages.set(on ? MessageFlagAppEnum::green : MessageFlagAppEnum::none));
+          ASSERT_TRUE(settings.searchOnActivationMode.set(on ? SearchOnActivationAppEnum::clearOnAction
+                                                             : SearchOnActivationAppEnum::retain));
+          for (auto* setting :
+               {&settings.markMessagesAsRead, &settings.beepAfterFiling, &settings.keepOpenAfterFiling,
+                &settings.useLogging, &settings.rememberRecentMailboxes}) {
+            ASSERT_TRUE(setting->set(on));
+          }
+          ASSERT_TRUE(settings.recentMailboxes.set({}));
+          all_->recents.load();
+          ASSERT_TRUE(all_->filingLog.clear());
+          all_->mailboxes.query.set("typed");
+          frontend_.events.clear();
+
+          const auto inbox = all_->mail.messages("Work", "INBOX");
+          ASSERT_TRUE(inbox.has_value());
+          ASSERT_EQ(inbox->size(), 5U);
+          std::vector<std::string> ids;
+          for (std::size_t i = 0; i < count; ++i) ids.push_back((*inbox)[i].id);
+          ASSERT_TRUE(ids.empty() ? all_->mail.selectNothing().has_value()
+                                  : all_->mail.select("Work", "INBOX", ids).has_value());
+
+          const auto outcome = file(archive_, action);
+          total += static_cast<std::int64_t>(count);
+          EXPECT_EQ(outcome.kind, TransferOutcome::Kind::filed);
+          EXPECT_EQ(outcome.count, static_cast<std::int32_t>(count));
+          EXPECT_EQ(settings.filedCount.get(), total);
+          EXPECT_EQ(store_.messages("Work").size(), action == FilingAction::copy ? 5 : 5 - count);
+          const auto filed = all_->mail.messages("Work", "Archive");
+          ASSERT_TRUE(filed.has_value());
+          EXPECT_EQ(filed->size(), count);
+          for (const auto& message : *filed) {
+            EXPECT_EQ(message.read, on);
+            EXPECT_EQ(message.flagIndex, on ? 3 : -1);
+            EXPECT_EQ(message.color, on ? "blue" : "none");
+          }
+          const std::string line =
+              fmt::format("] {} {} message{} to Work/Archive",
+                          action == FilingAction::copy ? "Copied" : "Moved", count, count == 1 ? "" : "s");
+          EXPECT_EQ(filingLog().find(line) != std::string::npos, on && count > 0) << filingLog();
+          EXPECT_EQ(settings.recentMailboxes.get(),
+                    on ? std::vector<Mailbox>{archive_} : std::vector<Mailbox>{});
+          EXPECT_EQ(all_->mailboxes.query.get(), on ? "" : "typed");
+          std::vector<std::string> events;
+          if (!on) events.emplace_back("hide transferSelectedMessages");
+          if (on && count > 0) events.emplace_back("beep");
+          if (on) events.emplace_back("activate");
+          EXPECT_EQ(frontend_.events, events);
+
+          // As it was: the copies go, the moved messages and their marks come back.
+          ASSERT_TRUE(count == 0 || all_->mail.undo().has_value());
+          ASSERT_TRUE(all_->mail.messages("Work", "Archive")->empty());
+        }
+      }
+    }
+  }
+}
+
+TEST_F(Routes, WebMailGoesThroughTheArchiveByItsMode) {
+  const auto inbox = [&] { return store_.messages("Web").size(); };
+  const auto archived = [&] { return store_.messages("Web", ".[Gmail].All Mail").size(); };
+  const auto labelled = [&] { return store_.messages("Web", ".Label").size(); };
+
+  use(Route::inlineText);
+  ASSERT_TRUE(all_->mail.selectAll("Web", "INBOX"));
+  const auto before = store_.snapshot();
+  const auto refused = file(label_, FilingAction::move);
+  EXPECT_EQ(refused.error->number, -1404);
+  EXPECT_EQ(posted_, std::vector{*refused.error});
+  EXPECT_EQ(store_.snapshot(), before);
+
+  use(Route::filingScript);
+  const struct {
+    GmailFilingModeEnum mode;
+    bool global;
+    FilingAction action;
+    bool archives;
+  } rows[] = {
+      {GmailFilingModeEnum::archive, false, FilingAction::move, true},
+      {GmailFilingModeEnum::direct, true, FilingAction::move, false},
+      {GmailFilingModeEnum::useDefault, true, FilingAction::move, true},
+      {GmailFilingModeEnum::useDefault, false, FilingAction::move, false},
+      {GmailFilingModeEnum::direct, false, FilingAction::archive, true},
+      {GmailFilingModeEnum::archive, true, FilingAction::copy, false},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(fmt::format("mode {} global {} action {}", static_cast<int>(row.mode), row.global,
+                             static_cast<int>(row.action)));
+    ASSERT_TRUE(all_->gmailModes.setMode("Web", row.mode));
+    ASSERT_TRUE(all_->settings.archiveGmailBeforeFiling.set(row.global));
+    ASSERT_TRUE(all_->mail.select("Web", "INBOX", {"1.Web@example.org", "2.Web@example.org"}));
+    EXPECT_EQ(file(label_, row.action).count, 2);
+    EXPECT_EQ(inbox(), row.action == FilingAction::copy ? 4U : 2U);
+    EXPECT_EQ(archived(), row.archives ? 2U : 0U);
+    EXPECT_EQ(labelled(), 2U);
+    ASSERT_TRUE(all_->mail.undo());
+    EXPECT_EQ(inbox(), 4U);
+    EXPECT_EQ(archived() + labelled(), 0U);
+  }
+
+  // Filed into the archive itself: moved there once.
+  ASSERT_TRUE(all_->gmailModes.setMode("Web", GmailFilingModeEnum::archive));
+  ASSERT_TRUE(all_->mail.select("Web", "INBOX", {"1.Web@example.org"}));
+  EXPECT_EQ(file(Mailbox::make("All Mail", "[Gmail]/All Mail", "Web"), FilingAction::move).count, 1);
+  EXPECT_EQ(archived(), 1U);
+  EXPECT_EQ(inbox(), 3U);
+
+  // No archive to be found: nothing is touched, and the message names it.
+  std::filesystem::remove_all(store_.mail() / "Web" / ".[Gmail].All Mail");
+  ASSERT_TRUE(all_->mail.select("Web", "INBOX", {"2.Web@example.org"}));
+  const auto failed = file(label_, FilingAction::move);
+  EXPECT_EQ(failed.error->number, -1728);
+  EXPECT_NE(failed.error->message.find("[Gmail]/All Mail"), std::string::npos) << failed.error->message;
+  EXPECT_EQ(inbox(), 3U);
+  EXPECT_EQ(labelled(), 0U);
+}
+
+TEST_F(Routes, FailuresLeaveNoTraceAndReachTheAlert) {
+  auto& settings = all_->settings;
+  ASSERT_TRUE(settings.useLogging.set(true));
+  ASSERT_TRUE(settings.rememberRecentMailboxes.set(true));
+  const std::string installed = (all_->helper.directoryURL() / "Quillbox Filing.scpt").string();
+  const auto install = [&](const std::string& script) {
+    std::ofstream(installed, std::ios::trunc) << script;
+  };
+  const struct {
+    const char* what;
+    Route route;
+    Mailbox destination;
+    std::optional<std::string> script;  // in place of the filing script
+    std::int64_t number;
+  } rows[] = {
+      {"gone meanwhile", Route::inlineText, Mailbox::make("Gone", "Gone", "Work"), {}, -1728},
+      {"gone meanwhile", Route::filingScript, Mailbox::make("Gone", "Gone", "Work"), {}, -1728},
+      {"no such account", Route::inlineText, Mailbox::make("A", "A", "Nobody"), {}, -1728},
+      {"script raises", Route::filingScript, archive_,
+       "on processMessages(p)\nerror \"No: really\" number 55\nend", 55},
+      {"no handler", Route::filingScript, archive_, "on versionNumber()\nreturn 7\nend", -1708},
+      {"does not compile", Route::filingScript, archive_, "on processMessages(", -2741},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.what);
+    use(row.route);
+    if (row.script) install(*row.script);
+    ASSERT_TRUE(all_->mail.selectAll("Work", "INBOX"));
+    const auto before = store_.snapshot();
+    const auto outcome = file(row.destination, FilingAction::move);
+    ASSERT_EQ(outcome.kind, TransferOutcome::Kind::failed);
+    EXPECT_EQ(outcome.error->number, row.number) << outcome.error->message;
+    EXPECT_EQ(posted_, std::vector{*outcome.error});
+    EXPECT_EQ(store_.snapshot(), before);
+  }
+  EXPECT_EQ(settings.filedCount.get(), 0);
+  EXPECT_TRUE(settings.recentMailboxes.get().empty());
+  EXPECT_EQ(filingLog(), "");
+
+  // Results that are no number count nothing, but the mailbox was filed into.
+  for (const char* result : {"\"three\"", "{3}", "missing value", "3.0", ""}) {
+    install(std::string("on processMessages(p)\nreturn ") + result + "\nend");
+    EXPECT_EQ(file(archive_, FilingAction::move).count, 0) << result;
+  }
+  EXPECT_EQ(settings.filedCount.get(), 0);
+  EXPECT_EQ(filingLog(), "");
+  EXPECT_EQ(settings.recentMailboxes.get(), std::vector<Mailbox>{archive_});
+
+  std::filesystem::remove(installed);
+  EXPECT_EQ(file(archive_, FilingAction::move).error->number, -1404);
+}
+
+// Whatever a name holds, it stays inside its quotes: the mailbox is not found, and nothing else happens.
+TEST_F(Routes, NamesCannotBreakOutOfTheScripts) {
+  const std::string names[] = {"\"",
+                               "\\",
+                               "\\\"",
+                               "a\" of account \"Web",
+                               "\" & (do shell script \"id\") & \"",
+                               "\"\ndelete every mailbox\n\"",
+                               "¬\n\"",
+                               "a\nb",
+                               "x\\",
+                               "$ACCOUNT$",
+                               "«event»",
+                               "--",
+                               "(*"};
+  ASSERT_TRUE(all_->mail.selectAll("Work", "INBOX"));
+  const auto before = store_.snapshot();
+  for (const auto& name : names) {
+    for (const Route route : {Route::inlineText, Route::filingScript}) {
+      use(route);
+      for (const auto& destination :
+           {Mailbox::make(name, name, "Work"), Mailbox::make("Archive", "Archive", name)}) {
+        const auto outcome = file(destination, FilingAction::move);
+        EXPECT_EQ(outcome.kind, TransferOutcome::Kind::failed) << name;
+        EXPECT_EQ(outcome.error->number, -1728) << name << ": " << outcome.error->message;
+      }
+    }
+    // The show text keeps backslashes as they are: a name with one may not even compile, but does no more.
+    for (const auto viewer : {script_texts::Viewer::frontmost, script_texts::Viewer::newViewer}) {
+      std::optional<QuillboxResult<void>> shown;
+      all_->actions.showMailbox(Mailbox::make(name, name, "Work"), viewer,
+                                [&](const auto& done) { shown = done; });
+      all_->dispatch.runMainUntil([&] { return shown.has_value(); });
+      ASSERT_FALSE(shown->has_value()) << name;
+      const auto number = shown->error().scriptError()->number;
+      EXPECT_TRUE(number == -2404 ||
+                  (name.find('\\') != std::string::npos && number <= -2740 && number >= -2763))
+          << name << ": " << number;
+    }
+  }
+  EXPECT_EQ(store_.snapshot(), before);
+}
+
+TEST_F(Routes, InstallationTakesOnlyItsOwnFolder) {
+  const Path folder = all_->helper.directoryURL();
+  const Path script = folder / "Quillbox Filing.scpt";
+  std::ofstream(script, std::ios::trunc) << "on versionNumber()\nreturn 7\nend";
+  const auto version = [&] {
+    bool done = false;
+    all_->helper.readFilingScriptVersion([&] { done = true; });
+    all_->dispatch.runMainUntil([&] { return done; });
+    return all_->helper.filingScriptVersion().get();
+  };
+  EXPECT_EQ(version(), 7);
+  for (const auto& choice :
+       {std::optional<Path>(), std::optional(folder.parent_path()), std::optional(folder / "x")}) {
+    frontend_.choice = choice;
+    std::optional<QuillboxResult<FilingScriptInstaller::Installed>> result;
+    all_->installer.chooseFolderAndInstall([&](auto installed) { result = installed; });
+    EXPECT_EQ(*result, FilingScriptInstaller::Installed::no);
+    EXPECT_EQ(version(), 7);
+  }
+  EXPECT_EQ(frontend_.panels[0].prompt, "Select Script Folder");
+  EXPECT_EQ(frontend_.panels[0].directory, folder);
+  frontend_.choice = folder;
+  all_->installer.chooseFolderAndInstall([](const auto&) {});
+  EXPECT_EQ(frontend_.events.size(), 1U);
+  EXPECT_EQ(version(), 8);
+}
+
+}  // namespace
+}  // namespace quillbox
