@@ -1,5 +1,5 @@
 -- Sends Quillbox its mailbox list one mailbox a record: name, path inside the account, account. It asks the mail
--- client for every name, which is slow, but relies on nothing else than names and containers.
+-- client for every single name, which is slow.
 
 on run
 	return getMailboxesAsList()
@@ -40,26 +40,37 @@ on recordsOf(theReferences, theAccountName)
 	repeat with mailboxNumber from 1 to count of theReferences
 		set theMailbox to item mailboxNumber of theReferences
 		tell application "Mail" to set theName to name of theMailbox
-		set end of theRecords to {mailboxName:theName, mailboxPath:pathOf(theMailbox, theName), mailboxAccount:theAccountName}
+		set end of theRecords to {mailboxName:theName, mailboxPath:pathOf(theMailbox), mailboxAccount:theAccountName}
 	end repeat
 	return theRecords
 end recordsOf
 
--- The names of all containers up to the account, joined by slashes. Beyond the topmost mailbox stands nothing, or the
--- account, which is in no account itself.
-on pathOf(theMailbox, theName)
-	set thePath to theName
-	set theContainer to theMailbox
-	repeat
-		try
-			tell application "Mail"
-				set theContainer to container of theContainer
-				if theContainer is missing value then return thePath
-				get account of theContainer
-				set thePath to (name of theContainer) & "/" & thePath
-			end tell
-		on error
-			return thePath
-		end try
-	end repeat
+-- A reference cannot become text; the error that says so holds the path between its first two quotes:
+--   Can’t make mailbox "A/B" of account id "4B0C…" of application "Mail" into type text.
+on pathOf(theMailbox)
+	try
+		set theText to theMailbox as text
+	on error errorMessage number errorNumber
+		if errorNumber is not -1700 then error errorMessage number errorNumber
+		set backslash to character id 57344
+		set innerQuote to character id 57345
+		set printed to replaceText(errorMessage, "\\\\", backslash)
+		set printed to replaceText(printed, "\\\"", innerQuote)
+		set formerDelimiters to AppleScript's text item delimiters
+		set AppleScript's text item delimiters to "\""
+		set thePath to text item 2 of printed
+		set AppleScript's text item delimiters to formerDelimiters
+		return replaceText(replaceText(thePath, innerQuote, "\""), backslash, "\\")
+	end try
+	error "The mailbox could not be read: " & theText number -1700
 end pathOf
+
+on replaceText(theText, searched, replacement)
+	set formerDelimiters to AppleScript's text item delimiters
+	set AppleScript's text item delimiters to searched
+	set pieces to text items of theText
+	set AppleScript's text item delimiters to replacement
+	set theText to pieces as text
+	set AppleScript's text item delimiters to formerDelimiters
+	return theText
+end replaceText
