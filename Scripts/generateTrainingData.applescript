@@ -48,12 +48,15 @@ end examplesOfSelection
 on examplesOfMailbox(mailboxPath, mailboxAccount)
 	set ownAddresses to addressesOfUser()
 	tell application "Mail"
-		if mailboxAccount is "On My Mac" then
-			set theMailbox to mailbox mailboxPath
-		else
-			set theMailbox to mailbox mailboxPath of account mailboxAccount
-		end if
-		if not (exists theMailbox) then error "The mailbox '" & mailboxPath & "' in '" & mailboxAccount & "' could not be found" number -2404
+		try
+			if mailboxAccount is "On My Mac" then
+				set theMailbox to mailbox mailboxPath
+			else
+				set theMailbox to mailbox mailboxPath of account mailboxAccount
+			end if
+		on error number -1728
+			error "The mailbox '" & mailboxPath & "' in '" & mailboxAccount & "' could not be found" number -2404
+		end try
 		set theMessages to every message of theMailbox
 		set theIDs to message id of every message of theMailbox
 		set theSubjects to subject of every message of theMailbox
@@ -153,21 +156,35 @@ on accountNameOf(theMailbox)
 	end tell
 end accountNameOf
 
--- The names of the mailbox and of the mailboxes around it, joined by slashes. What stands around the outermost
--- mailbox is no mailbox, or cannot be asked for.
+-- A reference cannot become text; the error that says so holds the path between its first two quotes:
+--   Can’t make mailbox "A/B" of account id "4B0C…" of application "Mail" into type text.
 on pathOf(theMailbox)
-	tell application "Mail"
-		set thePath to name of theMailbox
-		try
-			set theContainer to container of theMailbox
-			repeat while theContainer is not missing value and class of theContainer is not account
-				set thePath to (name of theContainer) & "/" & thePath
-				set theContainer to container of theContainer
-			end repeat
-		end try
-	end tell
-	return thePath
+	try
+		set theText to theMailbox as text
+	on error errorMessage number errorNumber
+		if errorNumber is not -1700 then error errorMessage number errorNumber
+		set backslash to character id 57344
+		set innerQuote to character id 57345
+		set printed to replaceText(errorMessage, "\\\\", backslash)
+		set printed to replaceText(printed, "\\\"", innerQuote)
+		set formerDelimiters to AppleScript's text item delimiters
+		set AppleScript's text item delimiters to "\""
+		set thePath to text item 2 of printed
+		set AppleScript's text item delimiters to formerDelimiters
+		return replaceText(replaceText(thePath, innerQuote, "\""), backslash, "\\")
+	end try
+	error "The mailbox could not be read: " & theText number -1700
 end pathOf
+
+on replaceText(theText, searched, replacement)
+	set formerDelimiters to AppleScript's text item delimiters
+	set AppleScript's text item delimiters to searched
+	set pieces to text items of theText
+	set AppleScript's text item delimiters to replacement
+	set theText to pieces as text
+	set AppleScript's text item delimiters to formerDelimiters
+	return theText
+end replaceText
 
 on textOf(theValue)
 	if theValue is missing value then return ""

@@ -32,31 +32,35 @@ AppleScriptResult fromEngine(ScriptResult result, const Fallback& fallback) {
 
 }  // namespace
 
-AppleScriptHelper::AppleScriptHelper(const Services& services) : services_(services) {}
+AppleScriptHelper::AppleScriptHelper(const Services& services)
+    : services_(services),
+      selectionQueue_(services.dispatch.serialQueue("com.brix.Quillbox4.scripts.selection")) {}
 
-void AppleScriptHelper::runInBackground(std::string label, Work work, Completion completion) {
+void AppleScriptHelper::runInBackground(std::string label, Work work, Completion completion,
+                                        ScriptOrder order) {
   services_.status.begin(label);
-  services_.dispatch.background(
-      QualityOfService::userInitiated,
-      [this, label = std::move(label), work = std::move(work), completion = std::move(completion)]() mutable {
-        // Anything that an engine's library throws ends here, as the failure of this one run.
-        auto result = [&]() -> AppleScriptResult {
-          try {
-            return work();
-          } catch (const std::exception& e) {
-            return std::unexpected(
-                AppleScriptError::executionError(e.what(), error_number::scriptTextFailed));
-          }
-        }();
-        services_.dispatch.main([this, label = std::move(label), result = std::move(result),
-                                 completion = std::move(completion)]() mutable {
-          services_.status.end(label);
-          completion(std::move(result));
-        });
-      });
+  Task task = [this, label = std::move(label), work = std::move(work),
+               completion = std::move(completion)]() mutable {
+    // Anything that an engine's library throws ends here, as the failure of this one run.
+    auto result = [&]() -> AppleScriptResult {
+      try {
+        return work();
+      } catch (const std::exception& e) {
+        return std::unexpected(AppleScriptError::executionError(e.what(), error_number::scriptTextFailed));
+      }
+    }();
+    services_.dispatch.main([this, label = std::move(label), result = std::move(result),
+                             completion = std::move(completion)]() mutable {
+      services_.status.end(label);
+      completion(std::move(result));
+    });
+  };
+  if (order == ScriptOrder::selection) return selectionQueue_->async(std::move(task));
+  services_.dispatch.background(QualityOfService::userInitiated, std::move(task));
 }
 
-void AppleScriptHelper::runScriptText(std::string source, std::string label, Completion completion) {
+void AppleScriptHelper::runScriptText(std::string source, std::string label, Completion completion,
+                                      ScriptOrder order) {
   runInBackground(
       std::move(label),
       [this, source = std::move(source)]() -> AppleScriptResult {
@@ -64,7 +68,7 @@ void AppleScriptHelper::runScriptText(std::string source, std::string label, Com
         if (!script) return std::unexpected(fromEngine(script.error(), kText, ScriptPhase::compile));
         return fromEngine((*script)->run(), kText);
       },
-      std::move(completion));
+      std::move(completion), order);
 }
 
 void AppleScriptHelper::runScriptFile(Path file, Completion completion) {
@@ -75,12 +79,12 @@ void AppleScriptHelper::runScriptFile(Path file, Completion completion) {
         if (!script) return std::unexpected(fromEngine(script.error(), kLoad, ScriptPhase::compile));
         return fromEngine((*script)->run(), kHandler);
       },
-      std::move(completion));
+      std::move(completion), ScriptOrder::any);
 }
 
 void AppleScriptHelper::runAppleScriptHandlerAsync(std::string resourceName, std::string handlerName,
-                                                   std::vector<std::string> parameters,
-                                                   Completion completion) {
+                                                   std::vector<std::string> parameters, Completion completion,
+                                                   ScriptOrder order) {
   runInBackground(
       "",
       [this, resourceName = std::move(resourceName), handlerName = std::move(handlerName),
@@ -93,21 +97,26 @@ void AppleScriptHelper::runAppleScriptHandlerAsync(std::string resourceName, std
         for (auto& parameter : parameters) arguments.push_back(Descriptor::text(std::move(parameter)));
         return fromEngine((*script)->execute(subroutineEvent(handlerName, std::move(arguments))), kHandler);
       },
-      std::move(completion));
+      std::move(completion), order);
 }
 
 void AppleScriptHelper::runFilingScriptHandler(std::string handlerName, std::vector<Descriptor> parameters,
-                                               Completion completion) {
-  services_.installedScripts.execute(
-      filingScriptFile, subroutineEvent(std::move(handlerName), std::move(parameters)),
-      [this, completion = std::move(completion)](InstalledScriptResult result) {
-        auto parsed = [&]() -> AppleScriptResult {
-          if (result) return std::move(*result);
-          return std::unexpected(parseFailureText(result.error().text, services_.localizer));
-        }();
-        services_.dispatch.main(
-            [completion, parsed = std::move(parsed)]() mutable { completion(std::move(parsed)); });
-      });
+                                               Completion completion, ScriptOrder order) {
+  auto send = [this, event = subroutineEvent(std::move(handlerName), std::move(parameters)),
+               completion = std::move(completion)]() mutable {
+    services_.installedScripts.execute(
+        filingScriptFile, std::move(event),
+        [this, completion = std::move(completion)](InstalledScriptResult result) {
+          auto parsed = [&]() -> AppleScriptResult {
+            if (result) return std::move(*result);
+            return std::unexpected(parseFailureText(result.error().text, services_.localizer));
+          }();
+          services_.dispatch.main(
+              [completion, parsed = std::move(parsed)]() mutable { completion(std::move(parsed)); });
+        });
+  };
+  if (order == ScriptOrder::selection) return selectionQueue_->async(std::move(send));
+  send();
 }
 
 bool AppleScriptHelper::isFilingScriptInstalled() const {

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -21,6 +22,13 @@
 #include "platform/workspace.h"
 
 namespace quillbox {
+
+// Scripts that read the selected messages and scripts that file them would else overtake each other, and a
+// message that has been filed can no longer be read in its old place.
+enum class ScriptOrder {
+  any,
+  selection  // begins when the earlier ones of this order have ended
+};
 
 // One instance, made at start; must outlive the dispatch queues' tasks. Called on the main queue. Every
 // completion is called exactly once, on the main queue, never before the call that takes it has returned.
@@ -47,7 +55,8 @@ class AppleScriptHelper {
   // Compiles and runs a text. Error -1000 where the engine gives no number; `phase` of the error tells
   // whether the text compiled. `label` is the running operation while it runs ("getAccounts"); empty for
   // none.
-  void runScriptText(std::string source, std::string label, Completion completion);
+  void runScriptText(std::string source, std::string label, Completion completion,
+                     ScriptOrder order = ScriptOrder::any);
 
   // Loads a script file and runs its run handler. Errors -1001 and -1002 as below.
   void runScriptFile(Path file, Completion completion);
@@ -56,11 +65,14 @@ class AppleScriptHelper {
   // script that cannot be loaded gives "Failed to load AppleScript." and -1001 where the engine says nothing
   // better, a failed handler "Unknown AppleScript error." and -1002.
   void runAppleScriptHandlerAsync(std::string resourceName, std::string handlerName,
-                                  std::vector<std::string> parameters, Completion completion);
+                                  std::vector<std::string> parameters, Completion completion,
+                                  ScriptOrder order = ScriptOrder::any);
 
   // Calls a handler of "Quillbox Filing.scpt" out of process. The failure is read by parseFailureText().
+  // With ScriptOrder::selection it is sent when the earlier scripts have ended, but does not hold up later
+  // ones.
   void runFilingScriptHandler(std::string handlerName, std::vector<Descriptor> parameters,
-                              Completion completion);
+                              Completion completion, ScriptOrder order = ScriptOrder::any);
   bool isFilingScriptInstalled() const;
 
   // Nothing when a script may be sent to the mail client, else why not.
@@ -77,10 +89,11 @@ class AppleScriptHelper {
 
  private:
   using Work = std::function<AppleScriptResult()>;
-  void runInBackground(std::string label, Work work, Completion completion);
+  void runInBackground(std::string label, Work work, Completion completion, ScriptOrder order);
 
   Services services_;
   Observable<std::optional<std::int32_t>> filingScriptVersion_;
+  std::unique_ptr<SerialQueue> selectionQueue_;  // last: its tasks use the rest
 };
 
 }  // namespace quillbox

@@ -117,11 +117,9 @@ Result<Invocation> parseCommandLine(const std::vector<std::string>& words) {
   try {
     parseWords(app, words);
   } catch (const CLI::CallForHelp&) {
-    // The innermost command that was named speaks.
-    const CLI::App* speaker = &app;
-    while (!speaker->get_subcommands().empty()) speaker = speaker->get_subcommands().front();
     invocation.choice = {};
-    invocation.help = speaker->help();
+    // The innermost command that was named speaks.
+    invocation.help = app.help();
     return invocation;
   } catch (const CLI::ParseError& error) {
     // Nothing else than a word that is no command can be left over before one was found.

@@ -38,7 +38,9 @@ void Session::withRows(const std::string& query, std::function<void(Result<void>
   if (auto valid = requireUtf8("The query", query); !valid) return use(forward(valid));
   withMailboxes([this, query, use = std::move(use)](const Result<void>& ready) {
     if (!ready) return use(forward(ready));
-    services_.mailboxes.search(query, [use] { use({}); });
+    const auto search = [this, query, use] { services_.mailboxes.search(query, [use] { use({}); }); };
+    if (!services_.settings.useSmartFilingSuggestions.get()) return search();
+    services_.suggestions.prepareForPrediction(search);
   });
 }
 

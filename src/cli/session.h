@@ -28,6 +28,7 @@
 #include "platform/script_engine.h"
 #include "settings/user_settings.h"
 #include "suggestions/log_manager.h"
+#include "suggestions/smart_suggestions_manager.h"
 
 namespace quillbox::cli {
 
@@ -51,6 +52,7 @@ struct Services {
   FilingPipeline& filing;
   GmailFilingModeManager& gmailModes;
   LogManager& filingLog;
+  SmartSuggestionsManager& suggestions;
   mailclient::MailClient& mail;
   // Against which relative paths on the command line are read.
   Path currentDirectory;

@@ -68,7 +68,8 @@ void FilingPipeline::runInlineScript(const Mailbox& destination, FilingAction ac
       "transferSelectedMessages",
       [this, destination, action, completion = std::move(completion)](const AppleScriptResult& result) {
         finish(result, destination, action, completion);
-      });
+      },
+      ScriptOrder::selection);
 }
 
 void FilingPipeline::runFilingScript(const Mailbox& destination, FilingAction action, KeepOpen keepOpen,
@@ -86,7 +87,8 @@ void FilingPipeline::runFilingScript(const Mailbox& destination, FilingAction ac
                          Descriptor::boolean(action != FilingAction::copy), Descriptor::boolean(staysOpen)})},
       [this, destination, action, completion = std::move(completion)](const AppleScriptResult& result) {
         finish(result, destination, action, completion);
-      });
+      },
+      ScriptOrder::selection);
 }
 
 void FilingPipeline::finish(const AppleScriptResult& result, const Mailbox& destination, FilingAction action,

@@ -150,6 +150,21 @@ void SmartSuggestionsManager::finishRun(std::uint64_t reset, bool loaded) {
   isLoaded_ = loaded && !stale;
   isTraining_ = false;
   if (stale && isRunWanted_) startRunIfDue();
+  if (isTraining_) return;
+  for (auto& waiting : std::exchange(waitingForRun_, {})) services_.dispatch.main(std::move(waiting));
+}
+
+void SmartSuggestionsManager::prepareForPrediction(std::function<void()> done) {
+  refreshTrainingIfNeeded();
+  // Behind what the refresh has put on the queue.
+  trainingQueue_->async([this, done = std::move(done)] {
+    Task lookUp = lifeline_.onMain([this, done] { updateCurrentExamples(done); });
+    if (isTraining_) {
+      waitingForRun_.push_back(std::move(lookUp));
+    } else {
+      services_.dispatch.main(std::move(lookUp));
+    }
+  });
 }
 
 // ---- the selected messages ----
@@ -159,11 +174,12 @@ std::vector<TrainingExample> SmartSuggestionsManager::currentExamples() const {
   return currentExamples_;
 }
 
-void SmartSuggestionsManager::updateCurrentExamples() {
+void SmartSuggestionsManager::updateCurrentExamples(std::function<void()> done) {
   const std::uint64_t update = ++*updates_;
   if (!services_.settings.useSmartFilingSuggestions.get()) {
     const bool wasUpdating = std::exchange(isUpdating_, false);
     if (wasUpdating || isPredicting()) services_.notifications.post(notification::donePredictingSuggestions);
+    if (done) services_.dispatch.main(std::move(done));
     return;
   }
   isUpdating_ = true;
@@ -171,34 +187,37 @@ void SmartSuggestionsManager::updateCurrentExamples() {
   fetchTrainingData(
       services_.helper, services_.dispatch, services_.localizer, std::nullopt,
       [updates = updates_, update] { return *updates != update; },
-      lifeline_.offMain([this, update](TrainingData data) { takeCurrentExamples(update, std::move(data)); }));
+      lifeline_.offMain([this, update, done = std::move(done)](TrainingData data) {
+        takeCurrentExamples(update, std::move(data), done);
+      }));
 }
 
-void SmartSuggestionsManager::takeCurrentExamples(std::uint64_t update, TrainingData data) {
-  if (*updates_ != update) return;
+void SmartSuggestionsManager::takeCurrentExamples(std::uint64_t update, TrainingData data,
+                                                  const std::function<void()>& done) {
+  if (*updates_ != update) return endUpdate(update, done);
   if (!data) {
     services_.log.error("The selected messages could not be read for a prediction: " + data.error().message);
-    endUpdate(update);
     post(notification::donePredictingSuggestions);
-    return;
+    return endUpdate(update, done);
   }
   services_.log.debug(fmt::format("Parsed {} training examples", data->size()));
-  modelQueue_->async([this, update, examples = std::move(*data)]() mutable {
-    if (*updates_ != update) return;
+  modelQueue_->async([this, update, done, examples = std::move(*data)]() mutable {
+    if (*updates_ != update) return endUpdate(update, done);
     const std::size_t count = examples.size();
     {
       const std::scoped_lock lock(lock_);
       currentExamples_ = std::move(examples);
     }
     services_.log.debug(fmt::format("Parsed {} examples", count));
-    endUpdate(update);
     post(notification::currentExamplesUpdated);
+    endUpdate(update, done);
   });
 }
 
-void SmartSuggestionsManager::endUpdate(std::uint64_t update) {
-  services_.dispatch.main(lifeline_.onMain([this, update] {
+void SmartSuggestionsManager::endUpdate(std::uint64_t update, const std::function<void()>& done) {
+  services_.dispatch.main(lifeline_.onMain([this, update, done] {
     if (*updates_ == update) isUpdating_ = false;
+    if (done) done();
   }));
 }
 
@@ -225,7 +244,8 @@ void SmartSuggestionsManager::train(const std::optional<Mailbox>& source, const 
         }
         services_.dispatch.main(lifeline_.onMain(
             [done = std::move(done), learnt = learn(data)]() mutable { done(std::move(learnt)); }));
-      }));
+      }),
+      source ? ScriptOrder::any : ScriptOrder::selection);
 }
 
 Result<std::size_t> SmartSuggestionsManager::learn(const TrainingData& data) {

@@ -60,8 +60,11 @@ class SmartSuggestionsManager {
 
   // Looks up the selected messages for the next prediction; "Quillbox.currentExamplesUpdated" or, on a
   // failure, "Quillbox.donePredictingSuggestions" follows. A later call takes the place of one that is still
-  // at work, which then ends silently. Main queue.
-  void updateCurrentExamples();
+  // at work, which then ends silently. Main queue; `done` is called there, once, however the lookup ended.
+  void updateCurrentExamples(std::function<void()> done = {});
+  // For a program that predicts once: refreshes the training, waits for it and looks up the selection. Main
+  // queue; `done` is called there, once.
+  void prepareForPrediction(std::function<void()> done);
   // The examples of the last lookup. Any thread.
   std::vector<TrainingExample> currentExamples() const;
 
@@ -85,8 +88,8 @@ class SmartSuggestionsManager {
   void finishRun(std::uint64_t reset, bool loaded);
   void forget();
   void post(const NotificationName<NoObject>& name);
-  void takeCurrentExamples(std::uint64_t update, TrainingData data);
-  void endUpdate(std::uint64_t update);
+  void takeCurrentExamples(std::uint64_t update, TrainingData data, const std::function<void()>& done);
+  void endUpdate(std::uint64_t update, const std::function<void()>& done);
   void train(const std::optional<Mailbox>& source, const std::optional<Mailbox>& label,
              TrainingCompletion done);
   Result<std::size_t> learn(const TrainingData& data);
@@ -99,6 +102,7 @@ class SmartSuggestionsManager {
   // Written on trainingQueue_.
   std::atomic<bool> isTraining_ = false;
   std::atomic<bool> isLoaded_ = false;
+  std::vector<std::function<void()>> waitingForRun_;  // for the main queue
   bool isRunWanted_ = false;  // asked for while a run was at work that a reset made worthless
 
   std::atomic<std::uint64_t> resets_ = 0;

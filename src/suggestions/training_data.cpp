@@ -6,7 +6,7 @@ namespace quillbox {
 
 void fetchTrainingData(AppleScriptHelper& helper, Dispatch& dispatch, const Localizer& localizer,
                        const std::optional<Mailbox>& mailbox, std::function<bool()> cancelled,
-                       std::function<void(TrainingData)> done) {
+                       std::function<void(TrainingData)> done, ScriptOrder order) {
   const std::function<void(Result<Descriptor>)> finish = [&dispatch, cancelled = std::move(cancelled),
                                                           done = std::move(done)](Result<Descriptor> answer) {
     dispatch.background(QualityOfService::userInitiated, [cancelled, done, answer = std::move(answer)] {
@@ -21,7 +21,8 @@ void fetchTrainingData(AppleScriptHelper& helper, Dispatch& dispatch, const Loca
       [finish](AppleScriptResult result) {
         if (result) return finish(std::move(*result));
         finish(std::unexpected(result.error().toError()));
-      });
+      },
+      order);
 }
 
 }  // namespace quillbox

@@ -20,9 +20,10 @@ using TrainingData = Result<std::vector<TrainingExample>>;
 // Runs the handler of Scripts/generateTrainingData for `mailbox`, or for the selection when there is none,
 // and reads its result on a background queue. Called on the main queue; `done` is called once, on a
 // background queue, also with the reason why the mail client cannot be asked. `cancelled` is asked on a
-// background queue and gives error -128.
+// background queue and gives error -128. With
+// ScriptOrder::selection no filing that is asked for later begins before the messages have been read.
 void fetchTrainingData(AppleScriptHelper& helper, Dispatch& dispatch, const Localizer& localizer,
                        const std::optional<Mailbox>& mailbox, std::function<bool()> cancelled,
-                       std::function<void(TrainingData)> done);
+                       std::function<void(TrainingData)> done, ScriptOrder order = ScriptOrder::any);
 
 }  // namespace quillbox

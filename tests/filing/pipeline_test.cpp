@@ -226,6 +226,7 @@ TEST_F(Filing, InstalledScriptGetsPathAccountMoveAndKeepOpen) {
     ASSERT_TRUE(pipeline_.transferSelectedMessages({target_, row.action, row.keepOpen},
                                                    [&](const auto& ended) { outcome = ended; }));
     EXPECT_EQ(pipeline_.runningAction(), row.action);
+    dispatch_.runUntilIdle();
     EXPECT_EQ(
         installed_.events.back(),
         subroutineEvent("processMessages",
@@ -238,6 +239,7 @@ TEST_F(Filing, InstalledScriptGetsPathAccountMoveAndKeepOpen) {
   EXPECT_TRUE(engine_.calls().empty());
 
   ASSERT_TRUE(pipeline_.transferSelectedMessages({target_}));
+  dispatch_.runUntilIdle();
   installed_.completions.back()(std::unexpected(InstalledScriptFailure{"Script: All Mail(-1728)"}));
   dispatch_.runUntilIdle();
   EXPECT_EQ(errors_.back(),

@@ -1,12 +1,17 @@
 // Examples for the tests of suggestions/.
 #pragma once
 
+#include <ostream>
 #include <string>
 #include <utility>
 
 #include "suggestions/training_example.h"
 
 namespace quillbox {
+
+inline void PrintTo(const TrainingExample& example, std::ostream* out) {
+  *out << encodeTrainingExample(example);
+}
 
 inline TrainingExample received(std::string subject, std::string sender, std::string path = "Inbox",
                                 std::string account = "Work") {

@@ -341,6 +341,30 @@ TEST_F(Manager, LearnsAMailboxAndTheSelectionAtOnce) {
   EXPECT_THAT(answer(), ElementsAre("Work/Old/New"));
 }
 
+TEST_F(Manager, PreparesForOnePrediction) {
+  fillLog({received("hello", "ada@example.org", "Friends")});
+  engine_.setDefaultAnswer(records({received("hello", "ada@example.org")}));
+  int done = 0;
+  const auto prepare = [&] {
+    manager_->prepareForPrediction([&] { ++done; });
+    dispatch_.runUntilIdle();
+  };
+  // While a run is at work, loaded already, with a script that fails, and switched off.
+  manager_->refreshTrainingIfNeeded();
+  dispatch_.runBackground();
+  prepare();
+  EXPECT_EQ(done, 1);
+  EXPECT_TRUE(manager_->isLoaded());
+  EXPECT_EQ(manager_->currentExamples().size(), 1U);
+  prepare();
+  engine_.answer(std::unexpected(failure("gone", -1)));
+  prepare();
+  ASSERT_TRUE(settings_.useSmartFilingSuggestions.set(false));
+  prepare();
+  EXPECT_EQ(done, 4);
+  EXPECT_FALSE(manager_->isLoaded());
+}
+
 TEST_F(Manager, EndsWithWorkUnderWay) {
   fillLog({received("hello", "ada@example.org", "Friends")});
   for (int moment = 0; moment < 8; ++moment) {
