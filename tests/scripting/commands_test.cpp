@@ -1,4 +1,5 @@
 // The commands that scripts send to the application, and the properties that they read and set.
+#include <fstream>
 #include <map>
 #include <optional>
 #include <set>
@@ -197,6 +198,18 @@ TEST_F(Scripting, FilingSoundsAreBeepFileOrOneOfThirteen) {
   }
   EXPECT_EQ(chosen.size(), 13U);
   EXPECT_FALSE(chosen.contains("/s/system") || chosen.contains("/s/random") || chosen.contains("beep"));
+}
+
+TEST(FilingSounds, LieAmongTheResources) {
+  FixedRandomSource random;
+  for (const auto name : RawTexts<FilingSoundAppEnum>::values) {
+    const auto resource = filingSoundResource(*fromRawText<FilingSoundAppEnum>(name), random);
+    if (!resource) continue;
+    std::ifstream file(std::string(QUILLBOX_SOURCE_DIR) + "/Resources/" + *resource + ".aiff", std::ios::binary);
+    char head[12] = {};
+    file.read(head, sizeof head);
+    EXPECT_EQ(std::string(head, 4) + std::string(head + 8, 4), "FORMAIFF") << *resource;
+  }
 }
 
 TEST_F(Scripting, AMissingSoundIsSilent) {
