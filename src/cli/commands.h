@@ -25,6 +25,7 @@ void defineFilingScript(CLI::App& app, Choice& choice);
 void defineLog(CLI::App& app, Choice& choice);
 void defineSuggest(CLI::App& app, Choice& choice);
 void defineTrain(CLI::App& app, Choice& choice);
+void defineSyncFavorites(CLI::App& app, Choice& choice);
 void defineSettings(CLI::App& app, Choice& choice);
 void defineRun(CLI::App& app, Choice& choice);
 

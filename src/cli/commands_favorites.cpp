@@ -7,9 +7,9 @@
 #include <fmt/format.h>
 
 #include "base/error_numbers.h"
-#include "base/json.h"
 #include "base/text.h"
 #include "cli/commands.h"
+#include "cli/mailbox_table.h"
 #include "cli/session.h"
 
 namespace quillbox::cli {
@@ -32,21 +32,7 @@ constexpr ListKind kExcluded{"excluded mailboxes",
 std::string shown(const ListKind& kind, const Services& services, OutputForm form) {
   auto mailboxes = kind.of(services).mailboxes.get();
   if (kind.newestFirst) std::ranges::reverse(mailboxes);
-  if (form == OutputForm::text) {
-    std::vector<std::vector<std::string>> rows{{"PATH", "ACCOUNT", "ID"}};
-    for (const auto& mailbox : mailboxes) rows.push_back({mailbox.path, mailbox.account, mailbox.id});
-    return table(rows);
-  }
-  Json array = Json::array();
-  for (const auto& mailbox : mailboxes) {
-    Json row = Json::object();
-    row["id"] = mailbox.id;
-    row["name"] = mailbox.name;
-    row["path"] = mailbox.path;
-    row["account"] = mailbox.account;
-    array.push_back(std::move(row));
-  }
-  return writeJson(array);
+  return shownMailboxes(mailboxes, form);
 }
 
 void addTo(const ListKind& kind, Session& session, const std::string& id, OutputForm form,

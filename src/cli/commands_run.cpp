@@ -5,6 +5,7 @@
 
 #include <fmt/format.h>
 
+#include "applescript/interpreter.h"
 #include "base/error_numbers.h"
 #include "base/text.h"
 #include "cli/commands.h"
@@ -21,6 +22,7 @@ struct RunOptions {
   bool hasText = false;
   bool hasHandler = false;
   bool check = false;
+  std::string dump;  // "tokens", "tree", or empty
 };
 
 // FILE:LINE:COLUMN: message, as far as the engine knows the place.
@@ -40,9 +42,17 @@ Result<std::string> sourceOf(const RunOptions& options, const Services& services
 
 // Off the main queue: scripts may call back into the application, which answers on the main queue.
 Result<std::string> runScript(const RunOptions& options, std::string_view source, OutputForm form,
-                              ScriptEngine& engine) {
+                              const Services& services) {
   const std::string_view name = options.hasText ? "-e" : std::string_view(options.file);
-  const auto script = engine.compile(source);
+  if (!options.dump.empty()) {
+    auto dump = options.dump == "tokens"
+                    ? std::expected<std::string, ScriptError>(applescript::dumpTokens(source))
+                    : services.scriptTree(source);
+    if (!dump) return std::unexpected(errorOf(dump.error(), name));
+    while (dump->ends_with('\n')) dump->pop_back();
+    return form == OutputForm::json ? descriptorJson(Descriptor::text(*dump)) : *dump;
+  }
+  const auto script = services.engine.compile(source);
   if (!script) return std::unexpected(errorOf(script.error(), name));
   if (options.check) return std::string();
   ScriptResult result;
@@ -73,7 +83,13 @@ void defineRun(CLI::App& app, Choice& choice) {
       app.add_option("--handler", options->handler, "Call this handler instead of running the script.")
           ->type_name("NAME");
   app.add_flag("--check", options->check, "Only compile; print nothing when the script is right.");
+  app.add_option("--dump", options->dump,
+                 "Print the script’s tokens or its syntax tree instead of running it.")
+      ->type_name("tokens|tree");
   app.callback([options, words, text, handler, &choice] {
+    if (!options->dump.empty() && options->dump != "tokens" && options->dump != "tree") {
+      throw CLI::ValidationError("--dump takes tokens or tree");
+    }
     options->hasText = text->count() > 0;
     options->hasHandler = handler->count() > 0;
     options->arguments = *words;
@@ -92,7 +108,7 @@ void defineRun(CLI::App& app, Choice& choice) {
       services.dispatch.background(
           QualityOfService::userInitiated,
           [options, form, &services, source = std::move(*source), reply = std::move(reply)]() mutable {
-            auto result = runScript(*options, source, form, services.engine);
+            auto result = runScript(*options, source, form, services);
             services.dispatch.main([reply = std::move(reply), result = std::move(result)]() mutable {
               reply(std::move(result));
             });

@@ -41,6 +41,8 @@ constexpr std::array kGroups{
     CommandGroup{"suggest", "The likely mailboxes for the selected messages, or for examples out of a file.",
                  defineSuggest},
     CommandGroup{"train", "Let the suggestions learn the messages of a mailbox.", defineTrain},
+    CommandGroup{"sync-favorites", "Exchange the favourites with the user's other machines.",
+                 defineSyncFavorites},
     CommandGroup{"log", "What was filed, and what the suggestions have learnt from.", defineLog},
     CommandGroup{"settings", "Read and change settings.", defineSettings},
     CommandGroup{"run", "Run an AppleScript against the mail client and Quillbox.", defineRun},

@@ -54,6 +54,8 @@ struct Services {
   LogManager& filingLog;
   SmartSuggestionsManager& suggestions;
   mailclient::MailClient& mail;
+  // The syntax tree of a script, for people. Any thread.
+  std::function<std::expected<std::string, ScriptError>(std::string_view source)> scriptTree;
   // Against which relative paths on the command line are read.
   Path currentDirectory;
   // The whole of standard input, as bytes.

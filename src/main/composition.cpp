@@ -157,7 +157,8 @@ Composition::Composition(const Outside& outside, Profile profileFolders, Resourc
       retrieval({helper, bundle, workspace, notifications, status, log}),
       actions({helper, settings, localizer, dispatch, log}),
       installer({helper, bundle, files, localizer, log, frontend.installerInterface()}),
-      favorites(settings, notifications),
+      replication({files, dispatch, clock, random, notifications, log, settings}, profile),
+      favorites(settings, notifications, [this] { return replication.makeSync(); }),
       recents(settings),
       excluded(settings),
       // A profile of its own keeps everything in its folder, its secrets too.

@@ -29,6 +29,7 @@
 #include "mailboxes/mailbox_manager.h"
 #include "mailboxes/model_suggestions.h"
 #include "mailclient/mail_client.h"
+#include "main/favorites_replication.h"
 #include "scripting/script_command.h"
 #include "suggestions/log_manager.h"
 #include "suggestions/smart_suggestions_manager.h"
@@ -91,6 +92,7 @@ class Composition {
   MailboxRetrieval retrieval;
   MailActions actions;
   FilingScriptInstaller installer;
+  FavoritesReplication replication;
   FavoriteMailboxManager favorites;
   RecentMailboxManager recents;
   ExcludedMailboxManager excluded;

@@ -94,6 +94,7 @@ cli::Services servicesOf(Composition& all) {
           .filingLog = all.filingLog,
           .suggestions = all.suggestions,
           .mail = all.mail,
+          .scriptTree = [&all](std::string_view source) { return all.engine.tree(source); },
           .currentDirectory = std::filesystem::current_path(ignored),
           .readStandardInput = readStandardInput};
 }

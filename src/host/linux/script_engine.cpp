@@ -5,7 +5,6 @@
 #include <utility>
 #include <vector>
 
-#include "base/text.h"
 #include "host/linux/script_values.h"
 
 namespace quillbox {
@@ -106,6 +105,13 @@ std::expected<std::unique_ptr<CompiledScript>, ScriptError> InterpreterEngine::c
     return std::unexpected(std::move(error));
   }
   return std::make_unique<InterpretedScript>(std::move(host), std::move(*program), parts_.limits);
+}
+
+std::expected<std::string, ScriptError> InterpreterEngine::tree(std::string_view source) {
+  RunHost host(parts_);
+  const auto program = as::compile(source, host);
+  if (!program) return std::unexpected(errorOf(program.error()));
+  return as::dumpTree(**program);
 }
 
 std::expected<std::unique_ptr<CompiledScript>, ScriptError> InterpreterEngine::load(const Path& file) {

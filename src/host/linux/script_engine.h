@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <memory>
+#include <string>
 #include <string_view>
 
 #include "applescript/host.h"
@@ -42,6 +43,9 @@ class InterpreterEngine final : public ScriptEngine {
   std::expected<std::unique_ptr<CompiledScript>, ScriptError> compile(std::string_view source) override;
   // The file holds a script's source.
   std::expected<std::unique_ptr<CompiledScript>, ScriptError> load(const Path& file) override;
+
+  // The syntax tree of a script, a node a line, for people.
+  std::expected<std::string, ScriptError> tree(std::string_view source);
 
  private:
   const Parts parts_;

@@ -1,0 +1,146 @@
+// The mailbox list of 5,000 mailboxes in 5 accounts: how long the retrieval script takes against the mail
+// client's own listing of the same store, and a whole `quillboxctl mailboxes --query` against a program that
+// does nothing.
+#include <cstdlib>
+#include <filesystem>
+#include <memory>
+#include <string>
+
+#include <benchmark/benchmark.h>
+#include <fmt/format.h>
+
+#include "main/composition.h"
+
+namespace quillbox {
+namespace {
+
+constexpr int kAccounts = 5;
+constexpr int kMailboxes = 1000;  // an account
+
+class SilentLog final : public Log {
+ public:
+  void write(LogLevel, std::string_view) override {}
+};
+
+class NoFrontend final : public Frontend, public InstallerInterface, public SoundPlayer {
+ public:
+  void hideQuillbox(std::string_view) override {}
+  void activate() override {}
+  bool isActive() const override { return false; }
+  InstallerInterface& installerInterface() override { return *this; }
+  SoundPlayer& sounds() override { return *this; }
+  void scriptLog(std::string_view) override {}
+  void chooseFolder(const Panel&, std::function<void(std::optional<Path>)> chosen) override {
+    chosen(std::nullopt);
+  }
+  void showAlert(const std::string&, const std::string&, const std::string&) override {}
+  void beep() override {}
+  void play(const Path&) override {}
+};
+
+// One store for all; it goes at the end of the program.
+class BigStore {
+ public:
+  BigStore() {
+    std::string name = (std::filesystem::temp_directory_path() / "quillbox-bench-XXXXXX").string();
+    if (mkdtemp(name.data()) == nullptr) std::abort();
+    root_ = name;
+    for (int account = 0; account < kAccounts; ++account) {
+      const auto maildir = root_ / fmt::format("account{}", account);
+      makeMaildir(maildir);
+      for (int i = 1; i < kMailboxes; ++i) {
+        makeMaildir(maildir / fmt::format(".Projects {}.Client {}.Matter {}", i % 10, i % 100, i));
+      }
+    }
+    auto made = Composition::make({Path(root_ / "profile"), log_, frontend_});
+    if (!made) fatal(made.error().message);
+    all = std::move(*made);
+    for (int account = 0; account < kAccounts; ++account) {
+      const auto added = all->mail.addAccount({fmt::format("Account {}", account),
+                                               root_ / fmt::format("account{}", account),
+                                               "mail.example.org",
+                                               {}});
+      if (!added) fatal(added.error().message);
+    }
+  }
+  ~BigStore() {
+    all.reset();
+    std::error_code ignored;
+    std::filesystem::remove_all(root_, ignored);
+  }
+  std::filesystem::path profile() const { return root_ / "profile"; }
+
+ private:
+  static void makeMaildir(const std::filesystem::path& path) {
+    for (const char* part : {"cur", "new", "tmp"}) std::filesystem::create_directories(path / part);
+  }
+
+  std::filesystem::path root_;
+  SilentLog log_;
+  NoFrontend frontend_;
+
+ public:
+  std::unique_ptr<Composition> all;
+};
+
+BigStore& store() {
+  static BigStore instance;
+  return instance;
+}
+
+void mailClientListing(benchmark::State& state) {
+  auto& mail = store().all->mail;
+  for (auto _ : state) {
+    std::size_t count = 0;
+    for (int account = 0; account < kAccounts; ++account) {
+      count += mail.mailboxes(fmt::format("Account {}", account))->size();
+    }
+    state.counters["mailboxes"] = static_cast<double>(count);
+  }
+}
+BENCHMARK(mailClientListing)->Unit(benchmark::kMillisecond);
+
+void retrieve(benchmark::State& state, RetrievalVariant variant) {
+  auto& all = *store().all;
+  std::size_t count = 0;
+  const auto lists = all.notifications.observe<MailboxReloadPayload>(
+      notification::shouldReloadWithList,
+      [&](const MailboxReloadPayload& payload) { count = payload.mailboxes.size(); });
+  for (auto _ : state) {
+    bool done = false;
+    all.status.resetLoading();
+    if (!all.retrieval.start(variant, [&](const auto&) { done = true; }))
+      fatal("the retrieval does not start");
+    all.dispatch.runMainUntil([&] { return done; });
+  }
+  state.counters["mailboxes"] = static_cast<double>(count);
+}
+void retrievalScriptV2(benchmark::State& state) {
+  retrieve(state, RetrievalVariant::current);
+}
+BENCHMARK(retrievalScriptV2)->Unit(benchmark::kMillisecond);
+void retrievalScriptLegacy(benchmark::State& state) {
+  retrieve(state, RetrievalVariant::legacy);
+}
+BENCHMARK(retrievalScriptLegacy)->Unit(benchmark::kMillisecond);
+
+void program(benchmark::State& state, const std::string& arguments) {
+  const std::string line = fmt::format("{}/quillboxctl --profile {} {} > /dev/null", QUILLBOX_BIN_DIR,
+                                       store().profile().string(), arguments);
+  for (auto _ : state) {
+    if (std::system(line.c_str()) != 0) fatal("quillboxctl failed");
+  }
+}
+void programThatDoesNothing(benchmark::State& state) {
+  program(state, "settings get filedCount");
+}
+BENCHMARK(programThatDoesNothing)->Unit(benchmark::kMillisecond)->UseRealTime();
+void programMailboxesQuery(benchmark::State& state) {
+  program(state, "--json mailboxes --query 'cli matter 77'");
+}
+BENCHMARK(programMailboxesQuery)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+}  // namespace
+}  // namespace quillbox
+
+BENCHMARK_MAIN();
