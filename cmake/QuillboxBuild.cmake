@@ -40,6 +40,8 @@ endif()
 
 find_package(PkgConfig REQUIRED)
 find_package(Threads REQUIRED)
+find_package(nlohmann_json REQUIRED)
+find_package(fmt REQUIRED)
 
 # The folders, lowest level first, out of the one table that the include test reads too.
 file(STRINGS "${CMAKE_SOURCE_DIR}/cmake/house.txt" _house_lines REGEX "^[0-9]")
