@@ -183,6 +183,7 @@ void defineUndo(CLI::App& app, Choice& choice) {
     choice.action = [](Session& session, OutputForm form, const Reply& reply) {
       const auto report = session.services().mail.undo();
       if (!report) return reply(forward(report));
+      session.forgetMailboxes();
       std::string out = countOf(report->count, form, "taken back");
       if (form == OutputForm::text) {
         for (const auto& sentence : report->kept) out += "\n" + text::singleLine(sentence);

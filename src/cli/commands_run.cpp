@@ -105,6 +105,8 @@ void defineRun(CLI::App& app, Choice& choice) {
       const auto& services = session.services();
       auto source = sourceOf(*options, services);
       if (!source) return reply(forward(source));
+      // A script can make mailboxes.
+      session.forgetMailboxes();
       services.dispatch.background(
           QualityOfService::userInitiated,
           [options, form, &services, source = std::move(*source), reply = std::move(reply)]() mutable {

@@ -1,0 +1,1 @@
+quillbox_fuzzer(batch_commands USES cli)

@@ -1,0 +1,1 @@
+quillbox_fuzzer(mailbox_text USES automation)
