@@ -34,5 +34,6 @@ inline constexpr std::int64_t invalidName = -4010;      // a name that cannot na
 inline constexpr std::int64_t wrongUsage = -4011;       // the command line does not parse
 inline constexpr std::int64_t notAvailable = -4012;     // this host or build cannot do that
 inline constexpr std::int64_t textNotUtf8 = -4013;
+inline constexpr std::int64_t favoritesSyncOff = -4014;  // favourites sync was asked for and is switched off
 
 }  // namespace quillbox::error_number

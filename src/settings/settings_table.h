@@ -136,6 +136,7 @@ inline constexpr std::tuple table{
     row<&P::windowType>("windowType", WindowTypeEnum::floating, Registration::unregistered),
     row<&P::quickFile>("quickFile", false, Registration::unregistered),
     row<&P::searchScope>("searchScope", empty, Registration::unregistered),
+    row<&P::cloudFolder>("cloudFolder", "", Registration::unregistered),
 };
 
 inline constexpr std::size_t size = std::tuple_size_v<decltype(table)>;
@@ -178,6 +179,7 @@ static_assert(everyKeyNamesItsProperty(table), "a key and its property have diff
 static_assert(keysAreDistinct(), "a key stands in the table twice");
 static_assert(sizeOfProperties(table) == sizeof(SettingsProperties), "a property has no row, or two");
 static_assert(registeredCount() == 65, "the registration dictionary has 65 entries");
-static_assert(size == registeredCount() + 5, "buildNumber, installed, windowType, quickFile, searchScope");
+static_assert(size == registeredCount() + 6,
+              "buildNumber, installed, windowType, quickFile, searchScope, cloudFolder");
 
 }  // namespace quillbox::settings_table

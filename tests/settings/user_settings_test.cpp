@@ -80,9 +80,10 @@ TEST(UserSettings, AFreshSuiteHoldsTheDefaultsAndRegistersSixtyFive) {
       {"standardCollectionBehavior", "2340"},
       {"windowType", "\"floating\""},
       {"searchScope", "[]"},
+      {"cloudFolder", "\"\""},
   };
   const auto values = settings.allValues();
-  EXPECT_EQ(values.size(), 70U);
+  EXPECT_EQ(values.size(), 71U);
   EXPECT_EQ(values.front().key, "savedVersion");
   for (const auto& value : values) {
     const auto expected = unlikeFalse.find(std::string(value.key));
@@ -96,7 +97,7 @@ TEST(UserSettings, AFreshSuiteHoldsTheDefaultsAndRegistersSixtyFive) {
     }
   }
   EXPECT_EQ(start.defaults->registered().size(), 65U);
-  for (const char* key : {"buildNumber", "installed", "windowType", "quickFile", "searchScope"})
+  for (const char* key : {"buildNumber", "installed", "windowType", "quickFile", "searchScope", "cloudFolder"})
     EXPECT_FALSE(start.defaults->registered().contains(key)) << key;
   EXPECT_TRUE(start.log.lines().empty());
 }

@@ -207,10 +207,7 @@ class InotifyDirectoryWatcher::Watches : public std::enable_shared_from_this<Wat
 };
 
 InotifyDirectoryWatcher::InotifyDirectoryWatcher(Dispatch& dispatch)
-    : watches_(std::make_shared<Watches>(dispatch)) {
-  if (watches_->isUsable())
-    reader_ = std::thread([watches = watches_.get()] { watches->readUntilStopped(); });
-}
+    : watches_(std::make_shared<Watches>(dispatch)) {}
 
 InotifyDirectoryWatcher::~InotifyDirectoryWatcher() {
   if (!reader_.joinable()) return;
@@ -219,6 +216,8 @@ InotifyDirectoryWatcher::~InotifyDirectoryWatcher() {
 }
 
 Result<Subscription> InotifyDirectoryWatcher::watch(const Path& directory, std::function<void()> changed) {
+  if (!reader_.joinable() && watches_->isUsable())
+    reader_ = std::thread([watches = watches_.get()] { watches->readUntilStopped(); });
   const auto id = watches_->add(directory, std::move(changed));
   if (!id) return forward(id);
   return Subscription([weak = std::weak_ptr(watches_), id = *id] {

@@ -12,7 +12,7 @@ namespace quillbox {
 
 class InotifyDirectoryWatcher final : public DirectoryWatcher {
  public:
-  // `dispatch` outlives this object and runs the callbacks.
+  // `dispatch` outlives this object and runs the callbacks. The reading thread starts with the first watch.
   explicit InotifyDirectoryWatcher(Dispatch& dispatch);
   ~InotifyDirectoryWatcher() override;
   InotifyDirectoryWatcher(const InotifyDirectoryWatcher&) = delete;
