@@ -26,64 +26,64 @@ script Tally
 	end beginSuite
 
 	-- Values are the same when they are equal with everything considered: "a" and "A" are not.
-	on same(wanted, got, note)
+	on same(wanted, got, remark)
 		considering case, diacriticals, hyphens, punctuation and white space
 			set isSame to (wanted = got)
 		end considering
 		if isSame then
 			set passedCount to passedCount + 1
 		else
-			addFailure(note & ": wanted " & inSourceForm(wanted) & ", got " & inSourceForm(got))
+			addFailure(remark & ": wanted " & inSourceForm(wanted) & ", got " & inSourceForm(got))
 		end if
 		return isSame
 	end same
 
-	on truth(condition, note)
-		return same(true, condition, note)
+	on truth(condition, remark)
+		return same(true, condition, remark)
 	end truth
 
-	on falsehood(condition, note)
-		return same(false, condition, note)
+	on falsehood(condition, remark)
+		return same(false, condition, remark)
 	end falsehood
 
 	-- Two numbers that may differ in their last digits.
-	on near(wanted, got, note)
+	on near(wanted, got, remark)
 		set gap to wanted - got
 		if gap < 0 then set gap to -gap
 		if gap < 1.0E-9 then
 			set passedCount to passedCount + 1
 		else
-			addFailure(note & ": wanted about " & wanted & ", got " & got)
+			addFailure(remark & ": wanted about " & wanted & ", got " & got)
 		end if
 	end near
 
 	-- The class too: 2 is not 2.0 here.
-	on identical(wanted, got, note)
+	on identical(wanted, got, remark)
 		if class of wanted is not class of got then
-			addFailure(note & ": wanted a " & (class of wanted as text) & ", got a " & (class of got as text))
+			addFailure(remark & ": wanted a " & (class of wanted as text) & ", got a " & (class of got as text))
 			return false
 		end if
-		return same(wanted, got, note)
+		return same(wanted, got, remark)
 	end identical
 
 	-- action is a script object; running it must end with the error of that number.
-	on raises(wantedNumber, action, note)
+	on raises(wantedNumber, action, remark)
 		try
 			run action
 		on error number n
-			return same(wantedNumber, n, note)
+			return same(wantedNumber, n, remark)
 		end try
-		addFailure(note & ": ended without an error")
+		addFailure(remark & ": ended without an error")
 		return false
 	end raises
 
-	on raisesText(wantedText, action, note)
+	on raisesText(wantedText, action, remark)
 		try
 			run action
 		on error problem
-			return same(wantedText, problem, note)
+			return same(wantedText, problem, remark)
 		end try
-		addFailure(note & ": ended without an error")
+		addFailure(remark & ": ended without an error")
 		return false
 	end raisesText
 

@@ -1,0 +1,1 @@
+quillbox_fuzzer(applescript_source USES applescript)

@@ -1,0 +1,1 @@
+quillbox_fuzzer(sdef USES applescript)

@@ -1,0 +1,81 @@
+// Everything that is written in AppleScript to test the interpreter: the case files, the examples of the
+// documentation, and the library of handlers with its own tests.
+#include <algorithm>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "applescript/interpreter.h"
+#include "snippet.h"
+
+namespace quillbox::applescript::cases {
+namespace {
+
+const std::filesystem::path kTests = std::filesystem::path(QUILLBOX_SOURCE_DIR) / "tests/applescript";
+
+std::vector<std::string> scriptsBelow(const std::filesystem::path& folder) {
+  std::vector<std::string> names;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
+    if (entry.path().extension() == ".applescript")
+      names.push_back(std::filesystem::relative(entry.path(), folder).generic_string());
+  }
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+void runAll(const std::vector<Snippet>& snippets, const std::string& path) {
+  for (const auto& snippet : snippets) {
+    QuietHost host;
+    const auto difference = differenceOf(snippet, host);
+    if (!difference.empty()) ADD_FAILURE_AT(path.c_str(), snippet.line) << snippet.source << difference;
+  }
+}
+
+class CoreCases : public testing::TestWithParam<std::string> {};
+
+TEST_P(CoreCases, GiveWhatTheyExpect) {
+  const auto path = (kTests / "cases/core" / GetParam()).string();
+  const auto snippets = snippetsOfCases(readText(path));
+  EXPECT_FALSE(snippets.empty());
+  runAll(snippets, path);
+}
+
+INSTANTIATE_TEST_SUITE_P(AppleScript, CoreCases, testing::ValuesIn(scriptsBelow(kTests / "cases/core")),
+                         [](const auto& info) {
+                           std::string name;
+                           for (const char c : info.param.substr(0, info.param.rfind('.')))
+                             name += (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') ? c : '_';
+                           return name;
+                         });
+
+TEST(Documentation, EveryExampleGivesWhatItSays) {
+  const auto path = (std::filesystem::path(QUILLBOX_SOURCE_DIR) / "docs/APPLESCRIPT.md").string();
+  const auto snippets = snippetsOfMarkdown(readText(path));
+  EXPECT_GT(snippets.size(), 30U);
+  runAll(snippets, path);
+}
+
+// The files joined in the order of their names are one script whose run handler tests all of it.
+TEST(Library, PassesItsOwnTests) {
+  std::string source;
+  for (const auto& name : scriptsBelow(kTests / "library")) {
+    source += readText((kTests / "library" / name).string());
+    source += '\n';
+  }
+  QuietHost host;
+  const auto program = compile(source, host);
+  ASSERT_TRUE(program) << program.error().line << ":" << program.error().column << ": "
+                       << program.error().message;
+  Interpreter interpreter(*program, host);
+  const auto result = interpreter.run();
+  ASSERT_TRUE(result) << result.error().line << ":" << result.error().column << ": "
+                      << result.error().message;
+  const std::string summary(result->asText());
+  EXPECT_TRUE(summary.ends_with(" passed, 0 failed")) << summary;
+  EXPECT_GT(std::stoi("0" + summary), 600) << summary;
+}
+
+}  // namespace
+}  // namespace quillbox::applescript::cases
