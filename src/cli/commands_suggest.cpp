@@ -21,7 +21,7 @@ using Examples = std::vector<TrainingExample>;
 
 struct SuggestOptions {
   // What the window asks for.
-  std::size_t limit = 5;
+  std::int64_t limit = 5;
   double threshold = 0.5;
   std::string trainFile;     // empty: the suggestions log
   std::string examplesFile;  // empty: the selection
@@ -80,16 +80,17 @@ Result<std::string> suggest(const Services& services, const SuggestOptions& opti
   model.train(*trained);
   trained->clear();
   const auto snapshot = model.snapshot();
+  const auto limit = static_cast<std::size_t>(options.limit);
   std::string out;
   if (selection != nullptr) {
-    appendPrediction(out, snapshot.predict(*selection, options.limit, options.threshold), form);
+    appendPrediction(out, snapshot.predict(*selection, limit, options.threshold), form);
     return out;
   }
   const auto examples = readExamples(services, options.examplesFile);
   if (!examples) return forward(examples);
   for (const TrainingExample& example : *examples) {
     if (!out.empty()) out += '\n';
-    appendPrediction(out, snapshot.predict(std::span(&example, 1), options.limit, options.threshold), form);
+    appendPrediction(out, snapshot.predict(std::span(&example, 1), limit, options.threshold), form);
   }
   return out;
 }
@@ -100,6 +101,7 @@ void defineSuggest(CLI::App& app, Choice& choice) {
   auto options = std::make_shared<SuggestOptions>();
   app.add_option("--limit", options->limit, "At most so many mailboxes.")
       ->type_name("N")
+      ->check(CLI::Range(std::int64_t{0}, std::int64_t{1'000'000}))
       ->capture_default_str();
   app.add_option("--threshold", options->threshold, "Only mailboxes that are at least so probable.")
       ->type_name("X")
