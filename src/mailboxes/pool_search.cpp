@@ -112,6 +112,16 @@ class PoolSearch::Walk {
     return true;
   }
 
+  // After holdsNeedles(i) was true: the first text behind i, at most `limit`, that does not begin with
+  // everything up to the last needle's end.
+  std::uint32_t followingHolders(std::uint32_t i, std::uint32_t limit) {
+    const std::uint32_t end = ends_.empty() ? 0 : ends_.back();
+    std::uint32_t next = i + 1;
+    while (next < limit && search_.pool_.shared(next) >= end) ++next;
+    last_ = next - 1;
+    return next;
+  }
+
  private:
   std::size_t sharedWithLast(std::uint32_t i) const {
     if (!hasLast_ || i - last_ > kNear) return 0;
@@ -237,7 +247,12 @@ bool PoolSearch::findHolders(const HitSet* among, const Admit& admit, const std:
     std::uint64_t hits = 0;
     for (std::uint64_t bits = candidates; bits != 0; bits &= bits - 1) {
       const auto i = static_cast<std::uint32_t>(std::countr_zero(bits));
-      hits |= std::uint64_t{walk.holdsNeedles(first + i)} << i;
+      if (!walk.holdsNeedles(first + i)) continue;
+      const std::uint32_t end = walk.followingHolders(first + i, std::min(first + 64, count)) - first;
+      // The bits from i up to, not including, `end`.
+      const std::uint64_t run = ~std::uint64_t{0} >> (64 - (end - i)) << i;
+      hits |= candidates & run;
+      bits &= ~run | (bits & (~bits + 1));
     }
     found.words()[w] = hits;
   }

@@ -134,9 +134,29 @@ inline rc::Gen<Mailbox> genMailbox(Names names) {
       });
 }
 
+// A tree in the order of a walk: each mailbox lies below an earlier one, beside it, or elsewhere, so that
+// neighbours begin alike.
+inline rc::Gen<std::vector<Mailbox>> genMailboxTree() {
+  const auto step = rc::gen::tuple(genText(4), rc::gen::inRange(0, 4), rc::gen::inRange(0, 3));
+  return rc::gen::map(rc::gen::container<std::vector<std::tuple<std::string, int, int>>>(step),
+                      [](const std::vector<std::tuple<std::string, int, int>>& steps) {
+                        std::vector<Mailbox> list;
+                        std::string folder;
+                        for (const auto& [name, up, account] : steps) {
+                          if (up == 0 && !list.empty()) folder = list.back().path + "/";
+                          for (int i = 1; i < up && !folder.empty(); ++i) {
+                            const auto slash = folder.rfind('/', folder.size() - 2);
+                            folder.resize(slash == std::string::npos ? 0 : slash + 1);
+                          }
+                          list.push_back(Mailbox::make(name, folder + name, account == 0 ? "Home" : "Work"));
+                        }
+                        return list;
+                      });
+}
+
 // Ids may repeat.
 inline rc::Gen<std::vector<Mailbox>> genMailboxes() {
-  return rc::gen::oneOf(rc::gen::container<std::vector<Mailbox>>(genMailbox(Names::any)),
+  return rc::gen::oneOf(genMailboxTree(), rc::gen::container<std::vector<Mailbox>>(genMailbox(Names::any)),
                         rc::gen::container<std::vector<Mailbox>>(genMailbox(Names::endPaths)));
 }
 

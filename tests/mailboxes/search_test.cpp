@@ -63,10 +63,14 @@ TEST(Search, TheRuleByExample) {
       {"a\nb", "a\nb", true, true},
       {" ", "a\nb", false, false},
       {"", "a\nb", true, true},
+      {"s\n", "ß\n", false, false},
+      {"\ns", "\nß", false, false},
+      {"ss\n", "ß\n", true, false},
       {"old$", "mail/old", true, true},
       {"old$", "old/mail", false, false},
       {"o{2}k", "books", true, true},
       {"o{2}k", "boks", false, false},
+      {"s{2}", "ß", false, false},
       {"a{", "a{", false, false},
       {"a}", "a}", false, false},
       {"ab", "a\u0301b", true, true},
@@ -131,19 +135,20 @@ std::size_t compareOneList() {
                                                  {MailboxSortPathAppEnum::mailbox, SortOrder::forward}});
   const auto mailboxes = *genMailboxes();
   const auto index = indexOf(mailboxes, mode, sorts);
-  const auto scopeNames =
-      *rc::gen::element(std::vector<std::string>{}, std::vector<std::string>{"Home", "Nowhere"});
-  const AccountScope scope(*index, scopeNames);
   const auto field = *rc::gen::element(SearchField::path, SearchField::name);
   SearchMemory memory;
 
   std::size_t pairs = 0;
   std::string query;
-  for (int round = 0; round < 4; ++round) {
-    const int how = *rc::gen::inRange(0, 4);
+  for (int round = 0; round < 6; ++round) {
+    const int how = *rc::gen::inRange(0, 6);
     if (how == 0) query = *genQuery();
     if (how == 1 && !mailboxes.empty()) query = queryWithin((*rc::gen::elementOf(mailboxes)).path);
-    if (how >= 2) query += *genQuery();
+    if (how == 2) query.resize(*rc::gen::inRange<std::size_t>(0, query.size() + 1));
+    if (how >= 3) query += *genQuery();
+    const auto scopeNames =
+        *rc::gen::element(std::vector<std::string>{}, std::vector<std::string>{"Home", "Nowhere"});
+    const AccountScope scope(*index, scopeNames);
     const CompiledQuery compiled(query, mode);
     const PlainSearch plain(query, mode);
     IndexSearch search(index, compiled);
@@ -178,6 +183,30 @@ TEST(Search, FindsWhatTheRegularExpressionFinds) {
     FAIL() << "seed " << params.seed << ": " << message.str();
   }
   RecordProperty("pairs", std::to_string(pairs));
+}
+
+// Whatever was searched before, the answer is the same.
+TEST(Search, RemembersOnlyWhatTheNewQueryImplies) {
+  std::vector<Mailbox> list;
+  for (const auto* path :
+       {"a", "aa", "a/a", "ab", "b/a", "abba", "straße", "strasse", "s", "ss", "ß", "a\na", "x", ""}) {
+    list.push_back(Mailbox::make(path, path, "A"));
+  }
+  const auto index = indexOf(list, CaseMode::insensitive);
+  const char* const queries[] = {"",       "a",  "a a",  "aa", "a b", "ab", "b a", "abba",
+                                 "a a a",  "s",  "ß",    "ss", "s s", " ",  "x",   "stras",
+                                 "strass", "ß$", "a{2}", "a$", "$",   "{",  "\n",  "a\n"};
+  for (const auto* first : queries) {
+    for (const auto* second : queries) {
+      SearchMemory memory;
+      const CompiledQuery before(first, CaseMode::insensitive);
+      (void)IndexSearch(index, before).all(SearchField::path, {}, &memory, kGoOn);
+      const CompiledQuery after(second, CaseMode::insensitive);
+      const auto remembered = IndexSearch(index, after).all(SearchField::path, {}, &memory, kGoOn);
+      const auto fresh = IndexSearch(index, after).all(SearchField::path, {}, nullptr, kGoOn);
+      EXPECT_EQ(remembered->words(), fresh->words()) << first << " then " << second;
+    }
+  }
 }
 
 TEST(Search, ADisplayOrderOfTheIndexIsByCollationWithTiesInListOrder) {
