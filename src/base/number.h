@@ -6,7 +6,8 @@
 
 namespace quillbox {
 
-// The whole of `text` as a decimal number ("-1.5", "2e3"); nullopt for anything else, infinities and overflow included.
+// The whole of `text` as a decimal number ("-1.5", "2e3"); nullopt for anything else, infinities and overflow
+// included.
 std::optional<double> parseReal(std::string_view text);
 
 }  // namespace quillbox

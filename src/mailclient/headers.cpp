@@ -55,7 +55,8 @@ std::string unfold(std::string_view raw) {
   std::string out;
   for (const char c : raw) {
     if (c == '\r' || c == '\n') continue;
-    out += c == '\0' ? ' ' : c;
+    // A line is often folded before a tab, which readers show as a space.
+    out += c == '\0' || c == '\t' ? ' ' : c;
   }
   return std::string(text::trim(out));
 }

@@ -16,8 +16,8 @@ class Clock {
   virtual std::chrono::nanoseconds steady() const = 0;
   // Seconds east of UTC that local time had at the moment `at` (since 1970 UTC).
   virtual std::chrono::seconds localOffset(std::chrono::nanoseconds at) const = 0;
-  // Holds the calling thread for `duration`: only between attempts at a lock that other programs hold as a file.
-  // A clock that stands still returns at once.
+  // Holds the calling thread for `duration`: only between attempts at a lock that other programs hold as a
+  // file. A clock that stands still returns at once.
   virtual void pause(std::chrono::nanoseconds duration) const { (void)duration; }
 };
 

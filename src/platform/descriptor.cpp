@@ -3,9 +3,9 @@
 #include <cmath>
 #include <limits>
 
-#include "base/number.h"
-
 #include <fmt/format.h>
+
+#include "base/number.h"
 
 namespace quillbox {
 namespace {

@@ -95,7 +95,7 @@ struct SettingsProperties {
   Setting<WindowTypeEnum> windowType;
   Setting<bool> quickFile;                        // Return in the search field files into the first row
   Setting<std::vector<std::string>> searchScope;  // names of accounts
-  Setting<std::string> cloudFolder;               // which folder carries the favourites; empty: the profile's own
+  Setting<std::string> cloudFolder;  // which folder carries the favourites; empty: the profile's own
 };
 
 // One setting with its value in the two forms in which a command line shows it.

@@ -23,7 +23,7 @@ TEST(Headers, AreReadFromAnything) {
       {"Message-ID: <a@b>\nFrom: =?utf-8?Q?J=C3=BCrgen?= <j@x.org>\nSubject: =?iso-8859-1?Q?Gr=FC=DFe?=\n",
        "a@b", "Jürgen <j@x.org>", "Grüße"},
       {"message-id:no-brackets@b \r\nFROM: \"Doe, Jane\" <jane@x.org>\r\nsubject: folded\r\n\tline\r\n",
-       "no-brackets@b", "Doe, Jane <jane@x.org>", "folded\tline"},
+       "no-brackets@b", "Doe, Jane <jane@x.org>", "folded line"},
       {"From: a@x.org, B <b@x.org>\nSubject: raw \xfc\xdf\n", "", "a@x.org, B <b@x.org>", "raw üß"},
       {"Subject: raw ü\nFrom: nobody at all\n", "", "nobody at all", "raw ü"},
       {std::string("Subject: nul\0in it\nX: y", 22), "", "", "nul in it"},

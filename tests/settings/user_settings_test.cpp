@@ -97,7 +97,8 @@ TEST(UserSettings, AFreshSuiteHoldsTheDefaultsAndRegistersSixtyFive) {
     }
   }
   EXPECT_EQ(start.defaults->registered().size(), 65U);
-  for (const char* key : {"buildNumber", "installed", "windowType", "quickFile", "searchScope", "cloudFolder"})
+  for (const char* key :
+       {"buildNumber", "installed", "windowType", "quickFile", "searchScope", "cloudFolder"})
     EXPECT_FALSE(start.defaults->registered().contains(key)) << key;
   EXPECT_TRUE(start.log.lines().empty());
 }
