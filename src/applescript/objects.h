@@ -45,7 +45,6 @@ class ListObject final : public HeapObject {
  private:
   void chargeItems();
   std::vector<Value> items_;
-  std::size_t charged_ = 0;
 };
 
 class RecordObject final : public HeapObject {

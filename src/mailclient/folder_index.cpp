@@ -9,9 +9,6 @@
 namespace quillbox::mailclient {
 namespace {
 
-// A change this short after another one may leave the directory's time as it is.
-constexpr std::chrono::milliseconds kGranularity{20};
-
 struct Key {
   std::int64_t time;
   std::string_view name;

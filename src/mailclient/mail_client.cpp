@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <iterator>
 #include <set>
 
 #include <fmt/format.h>
@@ -265,16 +266,20 @@ Result<std::optional<MessageKey>> MailClient::findPiped(std::string_view bytes) 
   if (!accounts) return forward(accounts);
   const auto local = store_.accounts().localStore();
   if (local) accounts->push_back(*local);
+  // Inboxes first: most mail is piped from there.
   std::vector<std::pair<MailboxKey, Folder>> folders;
+  std::vector<std::pair<MailboxKey, Folder>> others;
   for (const auto& account : *accounts) {
     const auto list = store_.mailboxes(account);
     if (!list) {
       environment_.log.error(list.error().message);
       continue;
     }
-    for (const auto& folder : *list) folders.emplace_back(MailboxKey{account.id, folder.path}, folder);
+    for (const auto& folder : *list) {
+      (folder.path == inboxName ? folders : others).emplace_back(MailboxKey{account.id, folder.path}, folder);
+    }
   }
-  std::ranges::stable_partition(folders, [](const auto& place) { return place.first.path == inboxName; });
+  std::ranges::move(others, std::back_inserter(folders));
   for (const auto& [key, folder] : folders) {
     const auto index = store_.messages(folder);
     if (!index) continue;

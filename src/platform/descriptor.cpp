@@ -24,6 +24,8 @@ std::optional<std::int32_t> narrow(double value) {
 
 }  // namespace
 
+Descriptor::Descriptor() = default;
+
 Descriptor Descriptor::boolean(bool value) {
   Descriptor d;
   d.type_ = value ? kTrue : kFalse;

@@ -21,7 +21,7 @@ class Descriptor {
  public:
   using Record = std::vector<std::pair<std::string, Descriptor>>;
 
-  Descriptor() = default;
+  Descriptor();  // nothing
   static Descriptor boolean(bool value);
   static Descriptor int32(std::int32_t value);
   static Descriptor integer(FourCC type, std::int64_t value);  // type is 'comp', 'magn' or 'ucom'
