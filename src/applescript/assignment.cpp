@@ -149,7 +149,7 @@ bool Evaluator::appendInPlace(const SetNode& node) {
     }
   }
   *slot = grown;
-  frame_->result = std::move(grown);
+  if (node.keepsResult) frame_->result = std::move(grown);
   return true;
 }
 

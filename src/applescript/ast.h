@@ -61,6 +61,7 @@ struct Node {
   Node& operator=(const Node&) = delete;
 
   const NodeKind kind;
+  bool keepsResult = true;  // of a statement: its value may be what the handler gives
   std::uint16_t depth = 1;  // levels of nodes from here down
   int line = 0;
   int column = 0;

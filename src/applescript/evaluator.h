@@ -90,6 +90,7 @@ class Evaluator {
   Flow exec(const Block& block);
   Flow exec(const Node& node);
   Flow execIf(const IfNode& node);
+  void execSet(const SetNode& node);
   Flow execRepeat(const RepeatNode& node);
   Flow execCounting(const RepeatNode& node);
   Flow execItems(const RepeatNode& node);
@@ -109,6 +110,11 @@ class Evaluator {
   Value evalBinary(const BinaryNode& node);
   Value evalCoerce(const CoerceNode& node);
   Value evalNegate(const UnaryNode& node);
+  // The value of a literal or a variable where it stands, without a copy; of anything else in `temporary`.
+  const Value& peek(const Node& node, Value& temporary);
+  const Value* variableHere(const Node& node);
+  // The list, when the node is `item key of variable` and the variable holds one.
+  const Value* listOfItem(const ElementNode& node);
   bool truth(const Node& node);
   Value readVariable(const VariableNode& node);
   Value* variableSlot(const Location& location);

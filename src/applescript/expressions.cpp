@@ -1,5 +1,6 @@
 // Expressions: variables, literals, operators.
 #include <cmath>
+#include <optional>
 
 #include "applescript/evaluator.h"
 #include "applescript/numbers.h"
@@ -27,6 +28,15 @@ Value Evaluator::eval(const Node& node) {
     }
     case NodeKind::Element: {
       const auto& element = static_cast<const ElementNode&>(node);
+      if (const auto* list = listOfItem(element)) {
+        // item i of xs
+        Value temporary;
+        const auto& key = peek(*element.key, temporary);
+        const auto at = key.asInteger() - 1;
+        list = variableHere(*element.container);
+        if (key.is(Kind::Integer) && list && at >= 0 && at < static_cast<std::int64_t>(list->items().size()))
+          return list->items()[static_cast<std::size_t>(at)];
+      }
       auto container = containerOf(element.container.get());
       site_ = &node;
       const bool symbolic = isApplicationReference(container);
@@ -189,23 +199,65 @@ Value Evaluator::evalNegate(const UnaryNode& node) {
   return Value::real(-value.asReal());
 }
 
-Value Evaluator::evalBinary(const BinaryNode& node) {
-  if (node.operation == Operator::And) return Value::boolean(truth(*node.left) && truth(*node.right));
-  if (node.operation == Operator::Or) return Value::boolean(truth(*node.left) || truth(*node.right));
-  const auto left = eval(*node.left);
-  const auto right = eval(*node.right);
-  // The commonest case, without any further question.
+const Value* Evaluator::variableHere(const Node& node) {
+  if (node.kind != NodeKind::Variable) return nullptr;
+  const auto* slot = variableSlot(static_cast<const VariableNode&>(node).location);
+  return slot && !slot->isNothing() ? slot : nullptr;
+}
+
+const Value& Evaluator::peek(const Node& node, Value& temporary) {
+  if (node.kind == NodeKind::Literal) return static_cast<const LiteralNode&>(node).value;
+  if (const auto* value = variableHere(node)) return *value;
+  temporary = eval(node);
+  return temporary;
+}
+
+namespace {
+
+bool isSimple(const Node& node) {
+  return node.kind == NodeKind::Literal || node.kind == NodeKind::Variable;
+}
+
+}  // namespace
+
+const Value* Evaluator::listOfItem(const ElementNode& node) {
+  if (node.form != SpecifierForm::Index || node.classCode != code("cobj") || !node.container || node.test)
+    return nullptr;
+  // A key that may be computed again when this turns out not to be the common case.
+  const auto& key = *node.key;
+  const bool again =
+      isSimple(key) || (key.kind == NodeKind::Binary && isSimple(*static_cast<const BinaryNode&>(key).left) &&
+                        isSimple(*static_cast<const BinaryNode&>(key).right));
+  if (!again) return nullptr;
+  const auto* list = variableHere(*node.container);
+  return list && list->isList() ? list : nullptr;
+}
+
+namespace {
+
+// Arithmetic and order of two numbers; nullopt leaves the rest (other operators, overflow, division by zero)
+// to others.
+std::optional<Value> ofNumbers(Operator operation, const Value& left, const Value& right) {
   if (left.is(Kind::Integer) && right.is(Kind::Integer)) {
     const auto a = left.asInteger();
     const auto b = right.asInteger();
-    switch (node.operation) {
+    std::int64_t exact = 0;
+    switch (operation) {
       case Operator::Add:
-        if (std::int64_t sum = 0; !__builtin_add_overflow(a, b, &sum)) return wholeNumber(sum);
-        break;
+        if (!__builtin_add_overflow(a, b, &exact)) return wholeNumber(exact);
+        return std::nullopt;
       case Operator::Subtract:
-        if (std::int64_t difference = 0; !__builtin_sub_overflow(a, b, &difference))
-          return wholeNumber(difference);
-        break;
+        if (!__builtin_sub_overflow(a, b, &exact)) return wholeNumber(exact);
+        return std::nullopt;
+      case Operator::Multiply:
+        if (!__builtin_mul_overflow(a, b, &exact)) return wholeNumber(exact);
+        return std::nullopt;
+      case Operator::IntegerDivide:
+        if (b > 0) return wholeNumber(a / b);
+        return std::nullopt;
+      case Operator::Modulo:
+        if (b > 0) return Value::integer(a % b);
+        return std::nullopt;
       case Operator::Less:
         return Value::boolean(a < b);
       case Operator::LessOrEqual:
@@ -219,13 +271,63 @@ Value Evaluator::evalBinary(const BinaryNode& node) {
       case Operator::NotEqual:
         return Value::boolean(a != b);
       default:
-        break;
+        return std::nullopt;
     }
+  }
+  const double a = left.asReal();
+  const double b = right.asReal();
+  double real = 0;
+  switch (operation) {
+    case Operator::Add:
+      real = a + b;
+      break;
+    case Operator::Subtract:
+      real = a - b;
+      break;
+    case Operator::Multiply:
+      real = a * b;
+      break;
+    case Operator::Less:
+      return Value::boolean(a < b);
+    case Operator::LessOrEqual:
+      return Value::boolean(a <= b);
+    case Operator::Greater:
+      return Value::boolean(a > b);
+    case Operator::GreaterOrEqual:
+      return Value::boolean(a >= b);
+    case Operator::Equal:
+      return Value::boolean(a == b);
+    case Operator::NotEqual:
+      return Value::boolean(a != b);
+    default:
+      return std::nullopt;
+  }
+  if (!std::isfinite(real)) return std::nullopt;
+  return Value::real(real);
+}
+
+}  // namespace
+
+Value Evaluator::evalBinary(const BinaryNode& node) {
+  if (node.operation == Operator::And) return Value::boolean(truth(*node.left) && truth(*node.right));
+  if (node.operation == Operator::Or) return Value::boolean(truth(*node.left) || truth(*node.right));
+  Value leftTemporary;
+  Value rightTemporary;
+  // The left variable may be looked at in place unless what stands on the right could change it.
+  const bool simple = isSimple(*node.right);
+  if (!simple) leftTemporary = eval(*node.left);
+  const Value& left = simple ? peek(*node.left, leftTemporary) : leftTemporary;
+  const Value& right = peek(*node.right, rightTemporary);
+  if (left.isNumber() && right.isNumber()) {
+    if (auto result = ofNumbers(node.operation, left, right)) return std::move(*result);
   }
   site_ = &node;
   if (left.isNothing() || right.isNothing()) raise(error::noResult, wording(error::noResult));
-  if (node.operation <= Operator::Power) return arithmetic(node.operation, left, right);
-  return Value::boolean(compare(node.operation, left, right));
+  // Held, for the operators may ask an application, and that a handler.
+  const Value heldLeft = left;
+  const Value heldRight = right;
+  if (node.operation <= Operator::Power) return arithmetic(node.operation, heldLeft, heldRight);
+  return Value::boolean(compare(node.operation, heldLeft, heldRight));
 }
 
 Value Evaluator::evalCoerce(const CoerceNode& node) {

@@ -61,4 +61,10 @@ class ObjectResolver {
   ObjectRef examined_;
 };
 
+template <class T>
+T ObjectResolver::checked(Outcome<T> outcome, const Value& about) {
+  if (!outcome) throw Refused{std::move(outcome.error()), about, {}};
+  if constexpr (!std::is_void_v<T>) return std::move(*outcome);
+}
+
 }  // namespace quillbox::applescript

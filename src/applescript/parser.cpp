@@ -194,9 +194,12 @@ Application* Parser::applicationNamed(std::string_view name) const {
 
 // A reference such as `name of first account of application "Mail"` uses terms before it says whose they are.
 void Parser::noteLineApplications() {
+  // A statement inside another of the same line.
+  if (at_ < notedLineEnd_) return;
   std::vector<const Terminology*> found;
   for (std::size_t i = at_; i + 1 < tokens_.size(); ++i) {
     const auto& here = tokens_[i];
+    notedLineEnd_ = i;
     if (here.kind == TokenKind::NewLine) break;
     if (!here.isWord("application") && !here.isWord("app")) continue;
     if (tokens_[i + 1].kind != TokenKind::String) continue;

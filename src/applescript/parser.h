@@ -104,6 +104,8 @@ class Parser {
   NodePtr labelledCall(Name name, const Token& start);
   bool beginsLabelledCall() const;
   std::vector<NodePtr> arguments();
+  bool commaBeforeAnd() const;
+  bool commaBeforeLabel() const;
   NodePtr command(const Meaning& meaning);
   void commandParameters(CommandNode& node);
   bool booleanParameters(CommandNode& node, bool value);
@@ -152,6 +154,7 @@ class Parser {
   std::string_view source_;
   const std::vector<Token>& tokens_;
   std::size_t at_ = 0;
+  std::size_t notedLineEnd_ = 0;  // of the line whose applications are known
   Host& host_;
   TermScope scope_;
   std::unordered_set<std::string> labelled_;  // names of handlers with labelled parameters

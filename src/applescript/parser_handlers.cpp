@@ -189,6 +189,24 @@ bool Parser::beginsLabelledCall() const {
   return next.text == "given";
 }
 
+// In `with a, b and c` commas stand before an `and`; any other comma belongs to the list outside.
+bool Parser::commaBeforeAnd() const {
+  if (!isSymbol(",")) return false;
+  for (std::size_t ahead = 1;; ++ahead) {
+    const auto& next = token(ahead);
+    if (next.isWord("and")) return true;
+    if (next.kind != TokenKind::Word && next.kind != TokenKind::Piped && !next.isSymbol(",")) return false;
+  }
+}
+
+// `given a:1, b:2`
+bool Parser::commaBeforeLabel() const {
+  if (!isSymbol(",")) return false;
+  std::size_t ahead = 1;
+  while (token(ahead).kind == TokenKind::Word || token(ahead).kind == TokenKind::Piped) ++ahead;
+  return ahead > 1 && token(ahead).isSymbol(":");
+}
+
 NodePtr Parser::labelledCall(Name name, const Token& start) {
   auto node = build<LabelledCallNode>(start, std::move(name));
   node->inTell = tellDepth_ > 0;
@@ -204,7 +222,7 @@ NodePtr Parser::labelledCall(Name name, const Token& start) {
         auto label = memberName();
         expectSymbol(":");
         node->labels.emplace_back(std::move(label), expression(stops));
-      } while (acceptSymbol(","));
+      } while (commaBeforeLabel() && acceptSymbol(","));
     } else if (isWord("with") || isWord("without")) {
       const bool value = isWord("with");
       ++at_;
@@ -212,7 +230,7 @@ NodePtr Parser::labelledCall(Name name, const Token& start) {
         acceptWord("and");
         const auto& place = token();
         node->labels.emplace_back(memberName(), build<LiteralNode>(place, Value::boolean(value)));
-      } while (acceptSymbol(",") || isWord("and"));
+      } while ((commaBeforeAnd() && acceptSymbol(",")) || isWord("and"));
     } else {
       return node;
     }
@@ -299,7 +317,7 @@ void Parser::commandParameters(CommandNode& node) {
         at_ += words;
         expectSymbol(":");
         node.parameters.emplace_back(labelled, expression(stops));
-      } while (acceptSymbol(","));
+      } while (commaBeforeLabel() && acceptSymbol(","));
     } else {
       return;
     }
@@ -316,7 +334,7 @@ bool Parser::booleanParameters(CommandNode& node, bool value) {
     if (!parameter) wrong("parameter name");
     at_ += words;
     node.parameters.emplace_back(parameter, build<LiteralNode>(place, Value::boolean(value)));
-    const bool comma = acceptSymbol(",");
+    const bool comma = commaBeforeAnd() && acceptSymbol(",");
     if (!acceptWord("and") && !comma) return true;
   }
 }

@@ -1,6 +1,7 @@
 // Statements, but for loops and errors.
 #include "applescript/evaluator.h"
 #include "applescript/frame_scope.h"
+#include "applescript/objects.h"
 #include "applescript/printing.h"
 
 namespace quillbox::applescript {
@@ -47,17 +48,46 @@ Flow Evaluator::exec(const Node& node) {
   // one owner.
   if (!frame_->handler || !frame_->handler->usesResult) frame_->result = {};
   if (node.kind == NodeKind::Set) {
-    const auto& set = static_cast<const SetNode&>(node);
-    if (set.appends && appendInPlace(set)) return Flow::Next;
-    auto value = needed(eval(*set.value));
-    site_ = &node;
-    if (set.copies) value = copy(value);
-    assign(*set.target, value);
-    frame_->result = std::move(value);
+    execSet(static_cast<const SetNode&>(node));
     return Flow::Next;
   }
-  frame_->result = eval(node);
+  auto value = eval(node);
+  if (node.keepsResult) frame_->result = std::move(value);
   return Flow::Next;
+}
+
+void Evaluator::execSet(const SetNode& node) {
+  if (node.appends && appendInPlace(node)) return;
+  auto value = eval(*node.value);
+  if (value.isNothing()) raise(error::noResult, wording(error::noResult));
+  site_ = &node;
+  if (node.copies) value = copy(value);
+  if (node.keepsResult) frame_->result = value;
+  if (node.target->kind == NodeKind::Variable) {
+    const auto& variable = static_cast<const VariableNode&>(*node.target);
+    if (auto* slot = variableSlot(variable.location)) {
+      slot->swap(value);
+      return;
+    }
+  }
+  // The two ways in which loops change lists, without asking for a reference first.
+  if (node.target->kind == NodeKind::Point) {
+    const auto& point = static_cast<const PointNode&>(*node.target);
+    const auto* list =
+        point.form == SpecifierForm::End && point.container ? variableHere(*point.container) : nullptr;
+    if (list && list->isList()) return list->as<ListObject>().append(std::move(value));
+  }
+  if (node.target->kind == NodeKind::Element) {
+    const auto& element = static_cast<const ElementNode&>(*node.target);
+    if (const auto* list = listOfItem(element)) {
+      Value temporary;
+      const auto& key = peek(*element.key, temporary);
+      const auto at = key.asInteger() - 1;
+      if (key.is(Kind::Integer) && at >= 0 && at < static_cast<std::int64_t>(list->items().size()))
+        return list->as<ListObject>().set(static_cast<std::size_t>(at), std::move(value));
+    }
+  }
+  assign(*node.target, std::move(value));
 }
 
 Flow Evaluator::execIf(const IfNode& node) {

@@ -50,22 +50,26 @@ Flow Evaluator::execCounting(const RepeatNode& node) {
   const bool up = step.asReal() > 0;
   double real = first.asReal();
   std::int64_t integer = first.asInteger();
+  auto* const slot = variableSlot(variable.location);
   for (;;) {
     const double now = whole ? static_cast<double>(integer) : real;
     if (up ? now > end : now < end) return Flow::Next;
     this->step();
     // The body may change the variable; the count goes on all the same.
     auto value = whole ? wholeNumber(integer) : Value::real(real);
-    if (auto* slot = variableSlot(variable.location)) {
-      *slot = std::move(value);
+    if (slot) {
+      slot->swap(value);
     } else {
       assignVariable(variable, std::move(value));
     }
     const auto flow = exec(node.body);
     if (flow == Flow::Return) return flow;
     if (flow == Flow::ExitRepeat) return Flow::Next;
-    integer += step.asInteger();
-    real += step.asReal();
+    if (whole) {
+      integer += step.asInteger();
+    } else {
+      real += step.asReal();
+    }
   }
 }
 

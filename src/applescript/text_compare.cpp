@@ -5,6 +5,7 @@
 #include <vector>
 
 #include <unicode/coll.h>
+#include <unicode/normalizer2.h>
 
 #include "base/result.h"
 #include "base/text.h"
@@ -16,12 +17,31 @@ namespace {
 constexpr char lower(char c) {
   return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
 }
-constexpr bool isLetter(char c) {
-  return lower(c) >= 'a' && lower(c) <= 'z';
-}
 
 bool isAscii(std::string_view text) {
   return std::ranges::none_of(text, [](char c) { return (c & 0x80) != 0; });
+}
+
+const icu::Normalizer2& composition() {
+  static const auto* const instance = [] {
+    UErrorCode status = U_ZERO_ERROR;
+    const auto* found = icu::Normalizer2::getNFCInstance(status);
+    if (U_FAILURE(status)) fatal("ICU has no normalisation data");
+    return found;
+  }();
+  return *instance;
+}
+
+// Whether a text may be cut there: not between a letter and its accent.
+bool isBoundary(std::string_view text, std::size_t at) {
+  if (at >= text.size() || (text[at] & 0x80) == 0) return true;
+  return composition().hasBoundaryBefore(static_cast<UChar32>(text::nextCodePoint(text, at)));
+}
+
+// Whether only the byte itself is ever equal to an ASCII byte, whatever the case: folding makes letters of
+// other characters (the sign for kelvin a k), and composing these two marks.
+constexpr bool standsForItself(char c) {
+  return (c & 0x80) == 0 && !(lower(c) >= 'a' && lower(c) <= 'z') && c != ';' && c != '`';
 }
 
 // The order of the root collation among ASCII, so that plain texts need no collator.
@@ -37,6 +57,10 @@ constexpr auto kAsciiOrder = [] {
   }
   return order;
 }();
+
+bool sameLetters(std::string_view left, std::string_view right) {
+  return std::ranges::equal(left, right, [](char a, char b) { return lower(a) == lower(b); });
+}
 
 bool isPunctuation(std::string_view c) {
   static constexpr std::string_view kMarks[] = {".", ",",  "?", ":", ";", "!", "\\",
@@ -72,16 +96,16 @@ TextComparer::Folded TextComparer::fold(std::string_view text) const {
   Folded folded;
   folded.text.reserve(text.size());
   for (std::size_t at = 0; at < text.size();) {
+    // A character with everything that composes with it.
     const auto begin = at;
-    if ((text[at] & 0x80) == 0) {
-      ++at;
-    } else {
+    do {
       text::nextCodePoint(text, at);
-    }
+    } while (!isBoundary(text, at));
     const auto character = text.substr(begin, at - begin);
     if (!takesPart(character)) continue;
     std::string piece(character);
     if (character.size() > 1) {
+      piece = text::normalizeNfc(piece);
       if (!considering.letterCase) piece = text::foldCase(piece);
       if (!considering.diacriticals) piece = text::foldDiacritics(piece);
     } else if (!considering.letterCase) {
@@ -92,6 +116,12 @@ TextComparer::Folded TextComparer::fold(std::string_view text) const {
     folded.ends.insert(folded.ends.end(), piece.size(), at);
   }
   return folded;
+}
+
+// Whether the bytes of a needle may be looked for as they are.
+bool TextComparer::isDirect(std::string_view text, std::string_view needle) const {
+  if (!considering.dropsNothing()) return false;
+  return std::ranges::all_of(needle, standsForItself) || (isAscii(needle) && isAscii(text));
 }
 
 // Whether a character takes part at all.
@@ -123,10 +153,7 @@ bool TextComparer::equal(std::string_view left, std::string_view right) const {
   if (considering.dropsNothing() && !considering.numericStrings) {
     const bool ascii = isAscii(left) && isAscii(right);
     if (ascii && considering.letterCase) return false;
-    if (ascii) {
-      return left.size() == right.size() &&
-             std::ranges::equal(left, right, [](char a, char b) { return lower(a) == lower(b); });
-    }
+    if (ascii) return sameLetters(left, right);
   }
   return key(left) == key(right);
 }
@@ -172,25 +199,19 @@ std::optional<std::pair<std::size_t, std::size_t>> TextComparer::find(std::strin
                                                                       std::string_view needle,
                                                                       std::size_t from) const {
   if (needle.empty() || from > text.size()) return std::nullopt;
-  if (considering.dropsNothing() && isAscii(needle)) {
-    if (considering.letterCase || std::ranges::none_of(needle, isLetter)) {
-      const auto at = text.find(needle, from);
-      if (at == std::string_view::npos) return std::nullopt;
-      return std::pair{at, at + needle.size()};
-    }
+  if (isDirect(text, needle)) {
+    const bool exact = considering.letterCase || std::ranges::all_of(needle, standsForItself);
     const char first = lower(needle[0]);
     for (std::size_t at = from; at + needle.size() <= text.size(); ++at) {
-      if (lower(text[at]) != first) continue;
-      std::size_t same = 1;
-      while (same < needle.size() && lower(text[at + same]) == lower(needle[same])) ++same;
-      if (same == needle.size()) return std::pair{at, at + same};
+      if (exact) {
+        at = text.find(needle, at);
+        if (at == std::string_view::npos) return std::nullopt;
+      } else if (lower(text[at]) != first || !sameLetters(text.substr(at, needle.size()), needle)) {
+        continue;
+      }
+      if (isBoundary(text, at + needle.size())) return std::pair{at, at + needle.size()};
     }
     return std::nullopt;
-  }
-  if (considering.dropsNothing() && considering.letterCase) {
-    const auto at = text.find(needle, from);
-    if (at == std::string_view::npos) return std::nullopt;
-    return std::pair{at, at + needle.size()};
   }
   const auto where = fold(text.substr(from));
   const auto what = fold(needle).text;
@@ -203,7 +224,8 @@ std::optional<std::pair<std::size_t, std::size_t>> TextComparer::find(std::strin
 std::vector<std::pair<std::size_t, std::size_t>> TextComparer::findAll(
     std::string_view text, const std::vector<std::string_view>& needles) const {
   std::vector<std::pair<std::size_t, std::size_t>> found;
-  const bool direct = considering.dropsNothing() && std::ranges::all_of(needles, isAscii);
+  const bool direct =
+      std::ranges::all_of(needles, [&](const auto& needle) { return isDirect(text, needle); });
   // Folded once, so that many matches do not fold the rest of the text many times.
   Folded folded;
   std::vector<std::string> keys;
@@ -237,21 +259,20 @@ std::vector<std::pair<std::size_t, std::size_t>> TextComparer::findAll(
   return found;
 }
 
+// What considers nothing in the part is everywhere.
 bool TextComparer::contains(std::string_view text, std::string_view part) const {
-  return part.empty() || find(text, part).has_value();
+  if (isDirect(text, part)) return part.empty() || find(text, part).has_value();
+  return fold(text).text.find(fold(part).text) != std::string::npos;
 }
 
 bool TextComparer::beginsWith(std::string_view text, std::string_view part) const {
-  if (part.empty()) return true;
-  if (considering.dropsNothing() && part.size() <= text.size() && isAscii(part))
-    return equal(text.substr(0, part.size()), part);
+  if (isDirect(text, part)) return equal(text.substr(0, part.size()), part) && isBoundary(text, part.size());
   return fold(text).text.starts_with(fold(part).text);
 }
 
 bool TextComparer::endsWith(std::string_view text, std::string_view part) const {
-  if (part.empty()) return true;
-  if (considering.dropsNothing() && part.size() <= text.size() && isAscii(part))
-    return equal(text.substr(text.size() - part.size()), part);
+  if (isDirect(text, part))
+    return part.size() <= text.size() && equal(text.substr(text.size() - part.size()), part);
   return fold(text).text.ends_with(fold(part).text);
 }
 

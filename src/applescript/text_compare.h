@@ -52,6 +52,7 @@ class TextComparer {
   struct Collators;
 
   Folded fold(std::string_view text) const;
+  bool isDirect(std::string_view text, std::string_view needle) const;
   bool takesPart(std::string_view character) const;
   std::string key(std::string_view text) const;
 

@@ -43,9 +43,9 @@ TEST_P(CoreCases, GiveWhatTheyExpect) {
 }
 
 INSTANTIATE_TEST_SUITE_P(AppleScript, CoreCases, testing::ValuesIn(scriptsBelow(kTests / "cases/core")),
-                         [](const auto& info) {
+                         [](const auto& test) {
                            std::string name;
-                           for (const char c : info.param.substr(0, info.param.rfind('.')))
+                           for (const char c : test.param.substr(0, test.param.rfind('.')))
                              name += (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') ? c : '_';
                            return name;
                          });

@@ -25,8 +25,12 @@ void replay(const char* name, int (*target)(const std::uint8_t*, std::size_t)) {
   EXPECT_GT(seeds, 3U);
 }
 
-TEST(Corpora, OfSourceTexts) { replay("applescript_source", fuzzAppleScriptSource); }
-TEST(Corpora, OfScriptingDefinitions) { replay("sdef", fuzzSdef); }
+TEST(Corpora, OfSourceTexts) {
+  replay("applescript_source", fuzzAppleScriptSource);
+}
+TEST(Corpora, OfScriptingDefinitions) {
+  replay("sdef", fuzzSdef);
+}
 
 }  // namespace
 }  // namespace quillbox::applescript::cases

@@ -24,13 +24,14 @@ std::string resultOf(const std::string& source) {
 }
 
 rc::Gen<std::string> anyText() {
-  return rc::gen::map(rc::gen::container<std::vector<std::string>>(rc::gen::element<std::string>(
-                          "a", "B", "ß", "é", "e\u0301", "😀", " ", ",", "\"", "\\", "\n", "\r", "\t", "¬", "--", "|", "1")),
-                      [](const std::vector<std::string>& pieces) {
-                        std::string text;
-                        for (const auto& piece : pieces) text += piece;
-                        return text;
-                      });
+  return rc::gen::map(
+      rc::gen::container<std::vector<std::string>>(rc::gen::element<std::string>(
+          "a", "B", "s", "ß", "é", "e\u0301", "😀", " ", ",", "\"", "\\", "\n", "\r", "\t", "¬", "--", "|", "1")),
+      [](const std::vector<std::string>& pieces) {
+        std::string text;
+        for (const auto& piece : pieces) text += piece;
+        return text;
+      });
 }
 
 // A value in source form, a few levels deep.
@@ -38,18 +39,21 @@ rc::Gen<std::string> anySource(int depth) {
   const auto leaf = rc::gen::oneOf(
       rc::gen::map(rc::gen::inRange(-600'000'000, 600'000'000), [](int n) { return std::to_string(n); }),
       rc::gen::map(rc::gen::inRange(-50'000, 50'000), [](int n) { return std::to_string(n) + ".25"; }),
-      rc::gen::map(anyText(), [](const std::string& text) { return quoted(text); }),
-      rc::gen::element<std::string>("true", "missing value", "Monday", "text", "date \"1/31/2024 14:30\"", "{}"));
+      rc::gen::map(anyText(), [](const std::string& text) { return applescript::quoted(text); }),
+      rc::gen::element<std::string>("true", "missing value", "Monday", "text", "date \"1/31/2024 14:30\"",
+                                    "{}"));
   if (depth == 0) return leaf;
   const auto list = rc::gen::map(rc::gen::container<std::vector<std::string>>(anySource(depth - 1)),
                                  [](const std::vector<std::string>& items) {
                                    std::string text = "{";
-                                   for (std::size_t i = 0; i < items.size(); ++i) text += (i ? ", " : "") + items[i];
+                                   for (std::size_t i = 0; i < items.size(); ++i)
+                                     text += (i ? ", " : "") + items[i];
                                    return text + "}";
                                  });
-  const auto record = rc::gen::map(rc::gen::pair(anySource(depth - 1), anySource(depth - 1)), [](const auto& pair) {
-    return "{name:" + pair.first + ", |odd \\\\ key|:" + pair.second + ", plain_1:3}";
-  });
+  const auto record =
+      rc::gen::map(rc::gen::pair(anySource(depth - 1), anySource(depth - 1)), [](const auto& pair) {
+        return "{name:" + pair.first + ", |odd \\\\ key|:" + pair.second + ", plain_1:3}";
+      });
   return rc::gen::oneOf(leaf, list, record);
 }
 
@@ -61,19 +65,20 @@ RC_GTEST_PROP(Laws, WhatPrintsReadsBackAsTheSameValue, ()) {
 }
 
 RC_GTEST_PROP(Laws, TextsAreTheSumOfTheirCharactersAndItems, ()) {
-  const auto text = quoted(*anyText());
-  RC_ASSERT(resultOf("set t to " + text + "\n(characters of t) as text = t and length of t = (count characters of t)") ==
-            "true");
+  const auto text = applescript::quoted(*anyText());
+  RC_ASSERT(resultOf("set t to " + text +
+                     "\n(characters of t) as text = t and length of t = (count characters of t)") == "true");
   for (const char* delimiter : {"\",\"", "\"b\"", "{\"é\", \" \"}", "linefeed"}) {
     // Joining with the only delimiter undoes splitting, as far as comparison sees it.
-    const auto joined = resultOf("set t to " + text + "\nset AppleScript's text item delimiters to " + delimiter +
-                                 "\nset parts to text items of t\nset AppleScript's text item delimiters to first item of (" +
-                                 delimiter + " as list)\nset u to parts as text\n{length of u, (count parts) > 0 or t = \"\"}");
+    const auto joined = resultOf(
+        "set t to " + text + "\nset AppleScript's text item delimiters to " + delimiter +
+        "\nset parts to text items of t\nset AppleScript's text item delimiters to first item of (" +
+        delimiter + " as list)\nset u to parts as text\n{length of u, (count parts) > 0 or t = \"\"}");
     RC_ASSERT(joined.ends_with(", true}"));
   }
   RC_ASSERT(resultOf("set t to " + text +
-                     "\nset AppleScript's text item delimiters to \",\"\nset parts to text items of t\nparts as text = t") ==
-            "true");
+                     "\nset AppleScript's text item delimiters to \",\"\nset parts to text items of t\nparts "
+                     "as text = t") == "true");
 }
 
 RC_GTEST_PROP(Laws, ReplacingInPlaceIsBuildingAnew, ()) {
@@ -82,20 +87,23 @@ RC_GTEST_PROP(Laws, ReplacingInPlaceIsBuildingAnew, ()) {
   std::string script = "set t to \"\"\nset held to {}\nset expected to {}\n";
   std::string whole;
   for (const auto& piece : pieces) {
-    script += "set end of held to t\nset end of expected to " + quoted(whole) + "\nset t to t & " + quoted(piece) + "\n";
+    script += "set end of held to t\nset end of expected to " + applescript::quoted(whole) +
+              "\nset t to t & " + applescript::quoted(piece) + "\n";
     whole += piece;
   }
-  RC_ASSERT(resultOf(script + "considering case\n{t = " + quoted(whole) + ", held = expected}\nend considering") ==
-            "{true, true}");
+  RC_ASSERT(resultOf(script + "considering case\n{t = " + applescript::quoted(whole) +
+                     ", held = expected}\nend considering") == "{true, true}");
 }
 
 RC_GTEST_PROP(Laws, OrderIsTotalAndAgreesWithEquality, ()) {
-  const auto a = quoted(*anyText());
-  const auto b = quoted(*anyText());
-  const auto c = quoted(*anyText());
-  for (const std::string frame : {"", "considering case", "ignoring diacriticals", "ignoring white space and punctuation",
-                                  "considering numeric strings"}) {
-    const auto end = frame.empty() ? "" : frame.starts_with("considering") ? "\nend considering" : "\nend ignoring";
+  const auto a = applescript::quoted(*anyText());
+  const auto b = applescript::quoted(*anyText());
+  const auto c = applescript::quoted(*anyText());
+  for (const std::string frame : {"", "considering case", "ignoring diacriticals",
+                                  "ignoring white space and punctuation", "considering numeric strings"}) {
+    const auto end = frame.empty()                      ? ""
+                     : frame.starts_with("considering") ? "\nend considering"
+                                                        : "\nend ignoring";
     const auto ask = [&](const std::string& question) {
       return resultOf("set {a, b, c} to {" + a + ", " + b + ", " + c + "}\n" + frame + "\n" + question + end);
     };
@@ -115,9 +123,12 @@ TEST(Terminologies, SayWhatIsWrongWithADefinition) {
       {"<dictionary><suite>", "not XML"},
       {"<html/>", "has no dictionary element"},
       {"<dictionary><suite><class code='abcd'/></suite></dictionary>", "“class” named “” needs a name"},
-      {"<dictionary><suite><class name='box' code='abc'/></suite></dictionary>", "“box” needs a code of four characters"},
-      {"<dictionary><suite><class name='box' code='0x6162636'/></suite></dictionary>", "needs a code of four characters"},
-      {"<dictionary><suite><command name='go' code='abcd'/></suite></dictionary>", "“go” needs a code of eight characters"},
+      {"<dictionary><suite><class name='box' code='abc'/></suite></dictionary>",
+       "“box” needs a code of four characters"},
+      {"<dictionary><suite><class name='box' code='0x6162636'/></suite></dictionary>",
+       "needs a code of four characters"},
+      {"<dictionary><suite><command name='go' code='abcd'/></suite></dictionary>",
+       "“go” needs a code of eight characters"},
       {"<dictionary><suite><enumeration><enumerator name='x' code=''/></enumeration></suite></dictionary>",
        "“enumerator” named “x”"},
   };
@@ -130,8 +141,10 @@ TEST(Terminologies, SayWhatIsWrongWithADefinition) {
 
 TEST(Terminologies, MayInheritInACircle) {
   const auto terms = Terminology::parse(
-      "<dictionary><suite><class name='a' code='aaaa' inherits='b'/><class name='b' code='bbbb' inherits='a'/>"
-      "<class name='c' code='cccc' plural='cs' inherits='a'><synonym name='sea' plural='seas'/></class></suite></dictionary>");
+      "<dictionary><suite><class name='a' code='aaaa' inherits='b'/><class name='b' code='bbbb' "
+      "inherits='a'/>"
+      "<class name='c' code='cccc' plural='cs' inherits='a'><synonym name='sea' "
+      "plural='seas'/></class></suite></dictionary>");
   ASSERT_TRUE(terms);
   EXPECT_TRUE((*terms)->isKindOf(code("cccc"), code("bbbb")));
   EXPECT_FALSE((*terms)->isKindOf(code("aaaa"), code("cccc")));

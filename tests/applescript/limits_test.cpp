@@ -67,7 +67,8 @@ TEST(Limits, LongSourcesWithoutDepthAreFine) {
   EXPECT_EQ(outcomeOf("count {1" + repeated(", 1", 100'000) + "}"), "100001");
   EXPECT_EQ(outcomeOf("set x to 0\n" + repeated("set x to x + 1\n", 50'000) + "x"), "50000");
   std::string choice = "set x to 30000\nif x = 0 then\n0\n";
-  for (int i = 1; i <= 30'000; ++i) choice += "else if x = " + std::to_string(i) + " then\n" + std::to_string(i) + "\n";
+  for (int i = 1; i <= 30'000; ++i)
+    choice += "else if x = " + std::to_string(i) + " then\n" + std::to_string(i) + "\n";
   EXPECT_EQ(outcomeOf(choice + "end if"), "30000");
 }
 
@@ -79,8 +80,10 @@ TEST(Limits, LiteralsAndSourcesHaveALargestSize) {
 
 TEST(Limits, RecursionWithoutEndIsAnErrorThatCanBeCaught) {
   EXPECT_EQ(outcomeOf("on f()\nf()\nend f\nf()"), "error -2706");
-  EXPECT_EQ(outcomeOf("on f(n)\nreturn {n, f(n + 1)}\nend f\ntry\nf(1)\non error number -2706\n\"caught\"\nend try"),
-            "\"caught\"");
+  EXPECT_EQ(
+      outcomeOf(
+          "on f(n)\nreturn {n, f(n + 1)}\nend f\ntry\nf(1)\non error number -2706\n\"caught\"\nend try"),
+      "\"caught\"");
   EXPECT_EQ(outcomeOf("script a\non g()\ntell me to run\nend g\ng()\nend script\nrun a"), "error -2706");
   EXPECT_EQ(outcomeOf("on f(n)\nif n = 0 then return 0\nreturn 1 + f(n - 1)\nend f\nf(2000)"), "2000");
   EXPECT_EQ(outcomeOf("set s to \"run script s\"\nrun script s"), "error -2753");
@@ -89,7 +92,8 @@ TEST(Limits, RecursionWithoutEndIsAnErrorThatCanBeCaught) {
 TEST(Limits, DeepAndCircularValuesPrintCompareCopyAndDie) {
   const std::string deep = "set x to {}\nrepeat 300000 times\nset x to {x}\nend repeat\n";
   EXPECT_EQ(outcomeOf(deep + "count x"), "1");
-  EXPECT_EQ(outcomeOf(deep + "set y to {}\nrepeat 300000 times\nset y to {y}\nend repeat\nx = y"), "error -2706");
+  EXPECT_EQ(outcomeOf(deep + "set y to {}\nrepeat 300000 times\nset y to {y}\nend repeat\nx = y"),
+            "error -2706");
   EXPECT_EQ(outcomeOf(deep + "copy x to y\ncount y"), "error -2706");
   EXPECT_LT(outcomeOf(deep + "x").size(), 1000U);
   const std::string circle = "set x to {1}\nset end of x to x\n";
@@ -98,7 +102,9 @@ TEST(Limits, DeepAndCircularValuesPrintCompareCopyAndDie) {
   EXPECT_EQ(outcomeOf(circle + "set y to {1}\nset end of y to y\nx = y"), "error -2706");
   EXPECT_EQ(outcomeOf(circle + "x as text"), "error -1700");
   EXPECT_EQ(outcomeOf("set r to {a:1}\nset a of r to r\nr"), "{a:{…}}");
-  EXPECT_EQ(outcomeOf("script s\nproperty me_ : missing value\nend script\nset me_ of s to s\ns's me_'s me_ is s"), "true");
+  EXPECT_EQ(
+      outcomeOf("script s\nproperty me_ : missing value\nend script\nset me_ of s to s\ns's me_'s me_ is s"),
+      "true");
   EXPECT_EQ(outcomeOf("property p : 1\nset p to a reference to p\np + 1"), "error -2706");
 }
 
@@ -122,9 +128,11 @@ TEST(Limits, MemoryIsAnErrorOfTheScript) {
   EXPECT_EQ(outcomeOf("set x to {1}\nrepeat\nset x to x & x\nend repeat", limits), "error -108");
   EXPECT_EQ(outcomeOf("set x to {}\nrepeat\nset end of x to \"abc\" & 1\nend repeat", limits), "error -108");
   EXPECT_EQ(outcomeOf("set x to {}\nrepeat\nset x to {x, x}\nend repeat", limits), "error -108");
-  EXPECT_EQ(outcomeOf("set t to \"x\"\nrepeat 21 times\nset t to t & t\nend repeat\ncharacters of t", limits), "error -108");
+  EXPECT_EQ(outcomeOf("set t to \"x\"\nrepeat 21 times\nset t to t & t\nend repeat\ncharacters of t", limits),
+            "error -108");
   // What is let go of is there again.
-  EXPECT_EQ(outcomeOf("try\nset t to \"x\"\nrepeat\nset t to t & t\nend repeat\non error number -108\nset t to 0\nend try\n"
+  EXPECT_EQ(outcomeOf("try\nset t to \"x\"\nrepeat\nset t to t & t\nend repeat\non error number -108\nset t "
+                      "to 0\nend try\n"
                       "set u to \"x\"\nrepeat 20 times\nset u to u & u\nend repeat\nlength of u",
                       limits),
             "1048576");

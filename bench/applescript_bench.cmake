@@ -1,0 +1,1 @@
+quillbox_bench(applescript_bench applescript_bench.cpp USES applescript automation)
