@@ -24,14 +24,14 @@ std::string resultOf(const std::string& source) {
 }
 
 rc::Gen<std::string> anyText() {
-  return rc::gen::map(
-      rc::gen::container<std::vector<std::string>>(rc::gen::element<std::string>(
-          "a", "B", "s", "ß", "é", "e\u0301", "😀", " ", ",", "\"", "\\", "\n", "\r", "\t", "¬", "--", "|", "1")),
-      [](const std::vector<std::string>& pieces) {
-        std::string text;
-        for (const auto& piece : pieces) text += piece;
-        return text;
-      });
+  return rc::gen::map(rc::gen::container<std::vector<std::string>>(
+                          rc::gen::element<std::string>("a", "B", "s", "ß", "é", "e\u0301", "😀", " ", ",",
+                                                        "\"", "\\", "\n", "\r", "\t", "¬", "--", "|", "1")),
+                      [](const std::vector<std::string>& pieces) {
+                        std::string text;
+                        for (const auto& piece : pieces) text += piece;
+                        return text;
+                      });
 }
 
 // A value in source form, a few levels deep.

@@ -205,7 +205,8 @@ TEST(FilingSounds, LieAmongTheResources) {
   for (const auto name : RawTexts<FilingSoundAppEnum>::values) {
     const auto resource = filingSoundResource(*fromRawText<FilingSoundAppEnum>(name), random);
     if (!resource) continue;
-    std::ifstream file(std::string(QUILLBOX_SOURCE_DIR) + "/Resources/" + *resource + ".aiff", std::ios::binary);
+    std::ifstream file(std::string(QUILLBOX_SOURCE_DIR) + "/Resources/" + *resource + ".aiff",
+                       std::ios::binary);
     char head[12] = {};
     file.read(head, sizeof head);
     EXPECT_EQ(std::string(head, 4) + std::string(head + 8, 4), "FORMAIFF") << *resource;
