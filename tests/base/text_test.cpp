@@ -66,6 +66,37 @@ TEST(JsonText, DeepOrBrokenTextIsAnErrorWithItsPlace) {
   EXPECT_EQ(writeSortedJson(*parseJson(R"({"b":1,"a":{"d":1,"c":2}})", "x")), R"({"a":{"c":2,"d":1},"b":1})");
 }
 
+// Objects large and small: the order of the keys, and which value of a repeated key counts.
+TEST(JsonText, ObjectsAreReadAsTheLibraryReadsThem) {
+  for (const int keys : {1, 15, 16, 17, 18, 40, 300}) {
+    std::string text = "{";
+    for (int i = 0; i < 2 * keys; ++i) {
+      // Some keys come again, soon or late, and some values are containers.
+      const int key = i % 7 == 3 ? i / 2 : i * 37 % (keys + 11);
+      const std::string number = std::to_string(i);
+      text += (i == 0 ? "\"k" : ",\"k") + std::to_string(key) + "\":";
+      text += i % 5 == 0   ? R"({"a":[)" + number + R"(,{}],"b":null,"a":-1.5})"
+              : i % 5 == 1 ? "[" + number + "]"
+                           : number;
+    }
+    text += "}";
+    const auto parsed = parseJson(text, "x");
+    ASSERT_TRUE(parsed) << text;
+    EXPECT_EQ(parsed->dump(), Json::parse(text).dump());
+  }
+  for (const char* number : {"1e999", "-", "01", "\"\xFF\""}) {
+    EXPECT_FALSE(parseJson("{\"a\":" + std::string(number) + "}", "x")) << number;
+  }
+}
+
+// Each key compared with all before it would take minutes.
+TEST(JsonText, ManyKeysAreReadInTimeThatGrowsWithTheirNumber) {
+  std::string text = "{";
+  for (int i = 0; i < 500'000; ++i) text += (i == 0 ? "\"" : ",\"") + std::to_string(i) + "\":0";
+  text += "}";
+  EXPECT_EQ(parseJson(text, "x")->size(), 500'000U);
+}
+
 TEST(DescriptorValue, CoercesAsDescriptorsDo) {
   EXPECT_EQ(Descriptor::text("12").int32Value(), 12);
   EXPECT_EQ(Descriptor::text("12x").int32Value(), std::nullopt);
