@@ -105,7 +105,12 @@ void defineSuggest(CLI::App& app, Choice& choice) {
       ->capture_default_str();
   app.add_option("--threshold", options->threshold, "Only mailboxes that are at least so probable.")
       ->type_name("X")
-      ->check(CLI::Range(0.0, 1.0))
+      ->check([](const std::string& value) {
+        double threshold = 0;
+        // A range alone would let "nan" through.
+        const bool fits = CLI::detail::lexical_cast(value, threshold) && threshold >= 0 && threshold <= 1;
+        return fits ? std::string() : fmt::format("{} is no number from 0 to 1", text::singleLine(value));
+      })
       ->capture_default_str();
   auto* train =
       app.add_option("--train-examples", options->trainFile,

@@ -266,8 +266,8 @@ TEST(FileUserDefaults, ValuesOfUnknownFormStayInTheFile) {
   EXPECT_EQ(defaults->stored("ok"), DefaultsValue(std::int64_t{1}));
   EXPECT_EQ(defaults->stored("list"), std::nullopt);
   EXPECT_TRUE(defaults->setAll({{"huge", true}}, Overwrite::unchangedOnly));
-  EXPECT_TRUE(defaults->set("none", true));
-  EXPECT_TRUE(defaults->remove("odd"));
+  EXPECT_TRUE(defaults->remove("none"));
+  EXPECT_TRUE(defaults->set("odd", true));  // what stood there is not lost
   EXPECT_EQ(store.disk.bytes(kFile), R"({
   "huge": 18446744073709551615,
   "list": [
@@ -276,12 +276,15 @@ TEST(FileUserDefaults, ValuesOfUnknownFormStayInTheFile) {
       "x": null
     }
   ],
-  "none": true,
+  "odd": true,
+  "odd.unreadable": {
+    "base64": "?"
+  },
   "ok": 1
 }
 )");
   defaults->synchronize();
-  EXPECT_EQ(store.log.lines().size(), 4U);
+  EXPECT_EQ(store.log.lines().size(), 5U);
 }
 
 TEST(FileUserDefaults, ALinkedFileIsReplacedWhereItLies) {

@@ -52,7 +52,10 @@ Result<std::optional<std::string>> LinuxSecretStore::read(std::string_view name)
   if (content == kInService) return readFromService(name);
   auto secret = fromBase64(content);
   if (!secret || secret->empty()) {
-    return fail(error_number::damagedFile, fmt::format("{} is damaged: it holds no key.", path.string()));
+    return fail(error_number::damagedFile,
+                fmt::format("{} is damaged: it holds no key. Put a copy in its place, or remove it to have a "
+                            "new key made.",
+                            path.string()));
   }
   if (const auto info = files_.info(path); info && (info->permissions & 0077U) != 0) {
     (void)files_.setPermissions(path, kOwnerOnly);

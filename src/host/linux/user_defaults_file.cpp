@@ -223,6 +223,22 @@ void FileUserDefaults::removeDrafts() {
   for (const auto& draft : drafts) (void)files_.remove(draft);
 }
 
+// Moves a value that we do not know out of the way of one that takes its key. False when there is none.
+bool FileUserDefaults::keepForeignAside(Contents& contents, const std::string& key) {
+  auto held = contents.foreign.extract(key);
+  if (held.empty()) return false;
+  const std::string first = key + ".unreadable";
+  std::string aside = first;
+  for (int i = 2; contents.foreign.contains(aside) || contents.values.contains(aside); ++i) {
+    aside = fmt::format("{}-{}", first, i);
+  }
+  log_.error(fmt::format("The setting {} of a form that is not known is kept under {}", text::singleLine(key),
+                         text::singleLine(aside)));
+  held.key() = std::move(aside);
+  contents.foreign.insert(std::move(held));
+  return true;
+}
+
 Result<void> FileUserDefaults::apply(const Changes& changes, Overwrite overwrite) {
   for (const auto& [key, value] : changes) {
     if (!value) continue;
@@ -243,7 +259,7 @@ Result<void> FileUserDefaults::apply(const Changes& changes, Overwrite overwrite
       const auto it = contents->values.find(key);
       const bool others = it == contents->values.end() ? stored(key).has_value() : stored(key) != it->second;
       if ((others || contents->foreign.contains(key)) && overwrite == Overwrite::unchangedOnly) continue;
-      const bool foreign = contents->foreign.erase(key) != 0;
+      const bool foreign = value ? keepForeignAside(*contents, key) : contents->foreign.erase(key) != 0;
       if (value ? it == contents->values.end() || it->second != *value
                 : it != contents->values.end() || foreign)
         differs = true;

@@ -56,6 +56,7 @@ class FileUserDefaults final : public UserDefaults {
   std::string encode(const Contents& contents) const;
   // Makes `contents` what this object knows and returns the keys whose values differ from before.
   std::set<std::string> takeOver(Contents contents);
+  bool keepForeignAside(Contents& contents, const std::string& key);
   void removeDrafts();
 
   FileSystem& files_;
