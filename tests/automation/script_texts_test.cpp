@@ -37,6 +37,8 @@ TEST(ScriptTexts, AreExactlyTheFixtures) {
   TransferOptions removing{.label = MessageLabelAppEnum::remove,
                            .flag = MessageFlagAppEnum::remove,
                            .scriptRequiredMessage = "Script needed"};
+  TransferOptions odd{
+      .flag = MessageFlagAppEnum::red, .markAsRead = false, .scriptRequiredMessage = "Script needed"};
   const struct {
     const char* name;
     std::optional<std::string> text;
@@ -47,13 +49,21 @@ TEST(ScriptTexts, AreExactlyTheFixtures) {
       {"mailbox_count", mailboxCount()},
       {"front_window_bounds", frontWindowBounds()},
       {"automation_test", automationTest()},
+      {"selected_messages", selectedMessages(Include::no, Include::no)},
+      {"selected_messages_both", selectedMessages(Include::yes, Include::yes)},
       {"selected_messages_body", selectedMessages(Include::yes, Include::no)},
       {"selected_messages_source", selectedMessages(Include::no, Include::yes)},
       {"transfer_yellow_gray_move", transferSelectedMessages("Projects/He said \"hi\\ho\"", "Work", yellow)},
       {"transfer_plain_copy_local", transferSelectedMessages("Receipts", "On My Mac", plain)},
       {"transfer_remove_remove", transferSelectedMessages("A/B", "a\\\"b", removing)},
+      {"transfer_odd_names", transferSelectedMessages("¬ a\nb\t$PATH$/🗂 é", "\\", odd)},
       {"show_frontmost", showMailbox("Say \"x\"/a\\b", "Work", Activation::mail, Viewer::frontmost)},
       {"show_new_viewer", showMailbox("Say \"x\"/a\\b", "Wo\"rk", Activation::quillbox, Viewer::newViewer)},
+      {"show_frontmost_local", showMailbox("Receipts", "On My Mac", Activation::quillbox, Viewer::frontmost)},
+      {"show_new_viewer_local",
+       showMailbox("Receipts/¬\n\\\"", "On My Mac", Activation::mail, Viewer::newViewer)},
+      {"create_nested_local", createMailbox("2024", "Receipts/\"a\"\\", "On My Mac", "there")},
+      {"create_top_level", createMailbox("a\n\"b\"", "", "W\\\"", "\\")},
       {"create_nested", createMailbox("q\"b\\c", "Projects", "Work", "“q\"b\\c” is there")},
       {"create_top_level_local", createMailbox("Receipts", "", "On My Mac", "there")},
       {"flag_gray_reactivated", flagSelection(6, Reactivate::yes)},

@@ -1,57 +1,19 @@
 // Filing by both routes, with the real interpreter over a real Maildir.
 #include <algorithm>
-#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "automation/selected_messages.h"
-#include "host/linux/stderr_log.h"
-#include "main/composition.h"
-#include "store.h"
-#include "support/fakes.h"
+#include "in_process.h"
 
 namespace quillbox {
 namespace {
 
-class RecordingFrontend final : public Frontend, public InstallerInterface, public SoundPlayer {
- public:
-  void hideQuillbox(std::string_view reason) override { events.push_back("hide " + std::string(reason)); }
-  void activate() override { events.emplace_back("activate"); }
-  bool isActive() const override { return true; }
-  InstallerInterface& installerInterface() override { return *this; }
-  SoundPlayer& sounds() override { return *this; }
-  void scriptLog(std::string_view) override {}
-  void chooseFolder(const Panel& panel, std::function<void(std::optional<Path>)> chosen) override {
-    panels.push_back(panel);
-    chosen(choice);
-  }
-  void showAlert(const std::string& title, const std::string&, const std::string&) override {
-    events.push_back("alert " + title);
-  }
-  void beep() override { events.emplace_back("beep"); }
-  void play(const Path&) override { events.emplace_back("sound"); }
-
-  std::vector<std::string> events;
-  std::vector<Panel> panels;
-  std::optional<Path> choice;
-};
-
 enum class Route { inlineText, filingScript };
 
-class Routes : public testing::Test {
+class Routes : public InProcess {
  protected:
   Routes() {
-    store_.fill("Work", 5);
-    store_.folder("Work", ".Archive");
-    store_.fill("Web", 4);
-    store_.folder("Web", ".Label");
-    store_.folder("Web", ".[Gmail].All Mail");
-    auto made = Composition::make({Path(store_.profile()), log_, frontend_});
-    if (!made) ADD_FAILURE() << made.error().message;
-    all_ = std::move(*made);
-    EXPECT_TRUE(all_->mail.addAccount({"Work", store_.mail() / "Work", "mail.example.org", {}}));
-    EXPECT_TRUE(all_->mail.addAccount({"Web", store_.mail() / "Web", "imap.GMAIL.com", {}}));
     EXPECT_EQ(all_->installer.install(all_->helper.directoryURL()), FilingScriptInstaller::Installed::yes);
     errors_ = all_->notifications.observe<AppleScriptError>(
         notification::didReceiveError, [this](const AppleScriptError& error) { posted_.push_back(error); });
@@ -77,10 +39,6 @@ class Routes : public testing::Test {
     return text ? *text : text.error().message;
   }
 
-  Store store_;
-  RecordingLog log_;
-  RecordingFrontend frontend_;
-  std::unique_ptr<Composition> all_;
   Subscription errors_;
   std::vector<AppleScriptError> posted_;
   const Mailbox archive_ = Mailbox::make("Archive", "Archive", "Work");
