@@ -95,8 +95,9 @@ on archiveOfAccount(theAccount, theName)
 	if serverName does not contain "gmail" then return missing value
 	tell application "Quillbox 4" to set filingMode to gmail filing mode theName
 	if filingMode is not 1 then return missing value
+	-- The service's own names first, then those that a synchroniser of mail may give it on disk.
 	tell application "Mail"
-		repeat with archiveName in {"[Gmail]/All Mail", "[Google Mail]/All Mail"}
+		repeat with archiveName in {"[Gmail]/All Mail", "[Google Mail]/All Mail", "All Mail", "Archive"}
 			try
 				set theArchive to mailbox (contents of archiveName) of theAccount
 				return theArchive
