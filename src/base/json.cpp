@@ -99,8 +99,11 @@ class TreeBuilder {
   static void keepLastOfEqualKeys(Json::object_t::Container& members) {
     std::vector<std::size_t> byKey(members.size());
     std::iota(byKey.begin(), byKey.end(), std::size_t{0});
-    std::ranges::stable_sort(byKey, {},
-                             [&](std::size_t i) -> const std::string& { return members[i].first; });
+    // Not stable_sort: its library uses a function that clang refuses as deprecated.
+    std::ranges::sort(byKey, [&](std::size_t a, std::size_t b) {
+      const auto order = members[a].first <=> members[b].first;
+      return order != 0 ? order < 0 : a < b;
+    });
     std::vector<bool> isRepeated(members.size(), false);
     std::size_t repeated = 0;
     for (std::size_t first = 0; first < byKey.size();) {
