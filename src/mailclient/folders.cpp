@@ -294,6 +294,7 @@ Result<Folder> findFolder(FileSystem& files, const Path& root, Layout layout, st
       fail(error_number::mailboxNotFound,
            fmt::format("The mailbox “{}” could not be found", text::singleLine(readableBytes(path))));
   std::string wanted(path);
+  if (wanted.size() > 1 && wanted.back() == '/') wanted.pop_back();
   if (sameIgnoringAsciiCase(wanted, inboxName)) {
     if (layout == Layout::nested) {
       for (const auto& name : {wanted, std::string(inboxName)}) {

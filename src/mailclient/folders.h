@@ -39,8 +39,9 @@ struct FolderList {
 };
 Result<FolderList> listFolders(FileSystem& files, const Path& root, Layout layout);
 
-// The one mailbox called `path`, looked up without listing the others. "inbox" finds the inbox in any case.
-// Fails with error_number::mailboxNotFound; the caller names the account.
+// The one mailbox called `path`, looked up without listing the others. "inbox" finds the inbox in any case,
+// and one "/" at the end does no harm; the path of the result is the proper one. Fails with
+// error_number::mailboxNotFound; the caller names the account.
 Result<Folder> findFolder(FileSystem& files, const Path& root, Layout layout, std::string_view path);
 
 // Whether `path` may name a new mailbox in that layout; error_number::invalidName says why not.

@@ -40,9 +40,9 @@ Outcome<ObjectRef> makeMailbox(MailModel& model, const std::string& account, con
 }
 
 Outcome<ObjectRef> mailboxNamed(MailModel& model, const MailboxKey& key) {
-  const auto there = model.hasMailbox(key);
+  const auto there = model.findMailbox(key);
   if (!there) return std::unexpected(there.error());
-  return *there ? mailboxObject(model, key) : nullptr;
+  return *there ? mailboxObject(model, **there) : nullptr;
 }
 
 Code accountClass(const MailAccount& account) {

@@ -224,10 +224,10 @@ Outcome<std::vector<MailboxKey>> MailModel::mailboxes(std::string_view account) 
   return keys;
 }
 
-Outcome<bool> MailModel::hasMailbox(const MailboxKey& key) {
+Outcome<std::optional<MailboxKey>> MailModel::findMailbox(const MailboxKey& key) {
   const auto folder = store().mailbox(key);
-  if (folder) return true;
-  if (isMissingObject(folder.error().number)) return false;
+  if (folder) return MailboxKey{key.account, folder->path};
+  if (isMissingObject(folder.error().number)) return std::nullopt;
   return asFailure(folder);
 }
 

@@ -68,7 +68,8 @@ class MailModel {
   Outcome<std::vector<MailAccount>> accounts();  // without the local store
   Outcome<MailAccount> account(std::string_view id);
   Outcome<std::vector<MailboxKey>> mailboxes(std::string_view account);
-  Outcome<bool> hasMailbox(const MailboxKey& key);
+  // With the path as the store spells it; nullopt: not there.
+  Outcome<std::optional<MailboxKey>> findMailbox(const MailboxKey& key);
   // The mailboxes of every account that serve one purpose: by 'inmb', 'drmb', 'stmb', 'trmb', 'jkmb', 'oumb'.
   Outcome<std::vector<MailboxKey>> mailboxesFor(Code purpose);
 

@@ -41,7 +41,8 @@ TEST(Folders, MaildirPlusPlusShowsEveryName) {
                                       "Work/2024", "a \"b\" \\c", "caf�E9", "raw�26", "sl�26AC8-ash", "😀"}));
   EXPECT_EQ(findFolder(mail.disk, "/m", Layout::maildirPlusPlus, "inbox")->path, "INBOX");
   EXPECT_EQ(findFolder(mail.disk, "/m", Layout::maildirPlusPlus, "inbox/Sub")->path, "INBOX/Sub");
-  for (const auto* path : {"", "work", "Work/", "/Work", "Work//2024", "..", "Only", "Work.2024", "a\nb"}) {
+  for (const auto* path :
+       {"", "work", "Work/2024//", "/Work", "Work//2024", "..", "Only", "Work.2024", "a\nb"}) {
     EXPECT_FALSE(findFolder(mail.disk, "/m", Layout::maildirPlusPlus, path)) << path;
   }
 }

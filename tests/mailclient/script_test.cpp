@@ -1,0 +1,300 @@
+// Application "Mail" as scripts meet it: the application's own script texts, and what users' scripts ask.
+#include <algorithm>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "applescript/interpreter.h"
+#include "automation/script_texts.h"
+#include "tests_support.h"
+
+namespace quillbox::mailclient {
+namespace {
+
+namespace as = applescript;
+namespace texts = script_texts;
+
+// Knows the words of another application and does nothing about them.
+class Silent final : public as::Application {
+ public:
+  Silent(std::string name, const std::string& definition) : name_(std::move(name)) {
+    std::ifstream file(std::string(QUILLBOX_SOURCE_DIR) + "/Resources/" + definition);
+    const std::string xml((std::istreambuf_iterator<char>(file)), {});
+    auto parsed = as::Terminology::parse(xml);
+    if (!parsed) fatal(parsed.error().message);
+    terms_ = *parsed;
+  }
+  const std::string& name() const override { return name_; }
+  const as::Terminology& terminology() const override { return *terms_; }
+  as::Outcome<void> beginEvent(std::chrono::nanoseconds) override { return {}; }
+  void endEvent() override {}
+  as::ObjectRef root() override { return std::make_shared<Root>(*this); }
+  as::Outcome<as::Value> perform(const as::Event&) override { return as::Value::nothing(); }
+
+ private:
+  class Root final : public as::ScriptObject {
+   public:
+    explicit Root(Silent& owner) : owner_(owner) {}
+    as::Code classCode() const override { return as::code("capp"); }
+    as::Value specifier() const override { return as::Value::application(owner_); }
+
+   private:
+    Silent& owner_;
+  };
+  const std::string name_;
+  std::shared_ptr<const as::Terminology> terms_;
+};
+
+class Host final : public as::Host {
+ public:
+  explicit Host(TestMail& mail) : mail_(mail), session_(mail.client(), mailTerms()) {}
+  as::Application* application(std::string_view name) override {
+    if (name == "Mail" || name == "com.apple.mail") return &session_;
+    if (name == "System Events") return &systemEvents_;
+    return name == "Quillbox 4" ? &quillbox_ : nullptr;
+  }
+  std::chrono::nanoseconds now() override { return mail_.clock.now(); }
+  std::chrono::seconds localOffset(std::chrono::nanoseconds at) override {
+    return mail_.clock.localOffset(at);
+  }
+  std::chrono::nanoseconds steady() override { return mail_.clock.steady(); }
+  std::uint64_t random() override { return 4; }
+  void log(std::string_view) override {}
+  void wait(std::chrono::nanoseconds, const std::function<bool()>&) override {}
+  Result<void> finish() { return session_.finish(); }
+
+ private:
+  TestMail& mail_;
+  MailSession session_;
+  Silent quillbox_{"Quillbox 4", "Quillbox.sdef"};
+  Silent systemEvents_{"System Events", "System Events.sdef"};
+};
+
+class ScriptTest : public testing::Test, public TestMail {
+ protected:
+  void SetUp() override {
+    makeFolder("/mail/work");
+    makeFolder("/mail/work/.Projects.a \"b\" \\c");
+    makeFolder("/mail/gmail/INBOX");
+    addAccount("Work \"1\"", "/mail/work", "imap.work.example");
+    addAccount("Web", "/mail/gmail", "imap.gmail.com");
+    ids_ = {(*client().accounts())[0].id, (*client().accounts())[1].id};
+    for (int i = 1; i <= 3; ++i) disk.put(name(i), message(i));
+    deliver("/mail/gmail/INBOX", "web", "");
+    if (!client().makeMailbox(localAccountName, "Receipts/2024")) FAIL();
+  }
+  static Path name(int i) {
+    return "/mail/work/new/170000000" + std::to_string(i) + ".n" + std::to_string(i);
+  }
+  static std::string message(int i) {
+    const auto n = std::to_string(i);
+    return "From: \"Lovelace, Ada\" <ada@example.org>\nTo: Bob <bob@example.org>, carl@example.org\nCc: "
+           "d@example.org\n"
+           "Subject: Subject " +
+           n + "\nMessage-ID: <m" + n +
+           "@example.org>\nDate: Sun, 1 Mar 2026 09:15:00 +0100\n\n"
+           "Body " +
+           n + ".\n";
+  }
+  // The result in source form, or "error NUMBER: TEXT".
+  std::string run(const std::string& script) {
+    Host host(*this);
+    const auto program = as::compile(script, host);
+    if (!program)
+      return "syntax error " + std::to_string(program.error().number) + ": " + program.error().message;
+    as::Interpreter interpreter(*program, host);
+    const auto result = interpreter.run();
+    const auto shown = result
+                           ? interpreter.source(*result)
+                           : "error " + std::to_string(result.error().number) + ": " + result.error().message;
+    if (const auto finished = host.finish(); !finished) return "finish: " + finished.error().message;
+    return shown;
+  }
+  std::string mail(const std::string& expression) {
+    return run("tell application \"Mail\" to " + expression);
+  }
+
+  std::vector<std::string> ids_;
+};
+
+TEST_F(ScriptTest, TheTransferTextFilesTheSelection) {
+  ASSERT_EQ(*client().selectAll("Work \"1\"", "INBOX"), 3U);
+  texts::TransferOptions options;
+  options.label = MessageLabelAppEnum::yellow;
+  options.flag = MessageFlagAppEnum::gray;
+  options.playSound = true;
+  options.scriptRequiredMessage = "needs the script";
+  EXPECT_EQ(run(texts::transferSelectedMessages("Projects/a \"b\" \\c", "Work \"1\"", options)), "3");
+  const auto all = everything();
+  ASSERT_EQ(all.size(), 4U);
+  for (int i = 1; i <= 3; ++i) {
+    const auto found = all.find("Subject " + std::to_string(i));
+    ASSERT_NE(found, all.end());
+    EXPECT_EQ(found->second,
+              "/work/.Projects.a \"b\" \\c|FS|$MailFlagBit1 $MailFlagBit2 $QuillboxLabelYellow ");
+  }
+  EXPECT_EQ(client().selection()->size(), 3U);
+  EXPECT_EQ(client().undo()->count, 3U);
+  EXPECT_EQ(everything().find("Subject 1")->second, "/work||");
+
+  // Copies into a local mailbox, with the flag removed and no label.
+  options = {};
+  options.flag = MessageFlagAppEnum::remove;
+  options.mode = texts::TransferMode::copy;
+  options.markAsRead = false;
+  EXPECT_EQ(run(texts::transferSelectedMessages("Receipts/2024", "On My Mac", options)), "3");
+  EXPECT_EQ(client().messages(localAccountName, "Receipts/2024")->size(), 3U);
+  EXPECT_EQ(client().messages("Work \"1\"", "INBOX")->size(), 3U);
+  EXPECT_EQ(client().undo()->count, 3U);
+  EXPECT_TRUE(client().messages(localAccountName, "Receipts/2024")->empty());
+}
+
+TEST_F(ScriptTest, WebMailAndMissingMailboxesFailBeforeAnythingMoves) {
+  ASSERT_TRUE(client().selectAll("Web", "INBOX"));
+  const auto before = disk.tree("/mail");
+  texts::TransferOptions options;
+  options.scriptRequiredMessage = "needs the script";
+  EXPECT_EQ(run(texts::transferSelectedMessages("Receipts", "On My Mac", options)).substr(0, 11),
+            "error -1404");
+  ASSERT_TRUE(client().selectAll("Work \"1\"", "INBOX"));
+  const auto missing = run(texts::transferSelectedMessages("No \"such\"", "Web", options));
+  EXPECT_EQ(missing.substr(0, 11), "error -1728") << missing;
+  EXPECT_EQ(disk.tree("/mail"), before);
+  ASSERT_TRUE(client().selectNothing());
+  EXPECT_EQ(run(texts::transferSelectedMessages("Receipts", "On My Mac", options)), "0");
+}
+
+TEST_F(ScriptTest, TheQueriesAnswer) {
+  EXPECT_EQ(run(texts::accounts()), "{{\"" + ids_[0] + "\", \"Work \\\"1\\\"\", \"imap.work.example\"}, {\"" +
+                                        ids_[1] + "\", \"Web\", \"imap.gmail.com\"}}");
+  EXPECT_EQ(run(texts::accountNames()), "{\"Work \\\"1\\\"\", \"Web\", \"On My Mac\"}");
+  EXPECT_EQ(run(texts::anyGmailAccounts()), "true");
+  EXPECT_EQ(run(texts::mailboxCount()), "5");
+  EXPECT_EQ(mail("set enabled of account \"Web\" to false"), "false");
+  EXPECT_EQ(run(texts::mailboxCount()), "4");
+  EXPECT_EQ(run(texts::frontWindowBounds()), "{80, 60, 1180, 820}");
+  ASSERT_TRUE(client().select("Work \"1\"", "INBOX", {"m2@example.org"}));
+  EXPECT_EQ(run(texts::selectedMessages(texts::Include::yes, texts::Include::no)),
+            "{{\"m2@example.org\", \"Lovelace, Ada <ada@example.org>\", \"Subject 2\", \"Body 2.\n\", "
+            "missing value}}");
+  EXPECT_EQ(run(texts::automationTest()), "");
+}
+
+TEST_F(ScriptTest, MailboxesAreMadeAndShown) {
+  const auto create = [&](const char* name, const char* parent, const char* account) {
+    return run(texts::createMailbox(name, parent, account, "there already"));
+  };
+  EXPECT_EQ(create("Neu \"x\" \\y", "Büro", "Work \"1\""), "true");
+  EXPECT_EQ(create("Neu \"x\" \\y", "Büro", "Work \"1\""), "error -2100: there already");
+  EXPECT_EQ(create("Top", "", "On My Mac"), "true");
+  EXPECT_EQ(create("Sub", "Top", "On My Mac"), "true");
+  EXPECT_TRUE(create("a.b", "", "Work \"1\"").find("error -4010") == 0);
+  EXPECT_TRUE(disk.exists("/mail/work/.B&APw-ro.Neu \"x\" \\y/cur"));
+  EXPECT_TRUE(disk.exists("/profile/mail/local/Top/Sub/cur"));
+
+  run(texts::showMailbox("Top/Sub", "On My Mac", texts::Activation::mail, texts::Viewer::frontmost));
+  EXPECT_EQ(mail("selected mailboxes of message viewer 1"), "{mailbox \"Top/Sub\" of application \"Mail\"}");
+  run(texts::showMailbox("Büro", "Work \"1\"", texts::Activation::mail, texts::Viewer::newViewer));
+  EXPECT_EQ(mail("count of message viewers"), "2");
+  EXPECT_EQ(mail("name of window 1"), "\"Büro\"");
+  EXPECT_EQ(mail("close window 1"), "");
+  EXPECT_EQ(mail("name of every window"), "{\"Sub\"}");
+  mail("close every message viewer");
+  run(texts::showMailbox("Top", "On My Mac", texts::Activation::mail, texts::Viewer::frontmost));
+  EXPECT_EQ(mail("name of message viewer 1"), "\"Top\"") << "one is opened when there is none";
+  const auto missing =
+      run(texts::showMailbox("Nope", "Web", texts::Activation::mail, texts::Viewer::newViewer));
+  EXPECT_EQ(missing, "error -2404: The mailbox 'Nope' in 'Web' could not be found");
+}
+
+TEST_F(ScriptTest, ObjectsPrintAndAnswerAsTheDictionarySays) {
+  const auto account = "account id \"" + ids_[0] + "\" of application \"Mail\"";
+  const std::vector<std::pair<std::string, std::string>> table = {
+      {"get mailboxes",
+       "{mailbox \"Receipts\" of application \"Mail\", mailbox \"Receipts/2024\" of application \"Mail\"}"},
+      {"get every mailbox of account 1",
+       "{mailbox \"INBOX\" of " + account + ", mailbox \"Projects/a \\\"b\\\" \\\\c\" of " + account + "}"},
+      {"name of every mailbox of account 1", "{\"INBOX\", \"a \\\"b\\\" \\\\c\"}"},
+      {"name of container of mailbox \"Receipts/2024\"", "\"Receipts\""},
+      {"get account of mailbox \"Receipts\"", "missing value"},
+      {"name of account of mailbox \"INBOX\" of account 2", "\"Web\""},
+      {"exists mailbox \"receipts\"", "false"},
+      {"exists mailbox \"2024\" of mailbox \"Receipts\"", "true"},
+      {"class of account 1", "imap account"},
+      {"account type of account 1", "imap"},
+      {"count of messages of mailbox \"INBOX\" of account 1", "3"},
+      {"unread count of mailbox \"INBOX\" of account 1", "3"},
+      {"unread count of inbox", "4"},
+      {"count of messages of inbox", "4"},
+      {"subject of message 1 of mailbox \"INBOX\" of account 1", "\"Subject 3\""},
+      {"subject of (every message of mailbox \"INBOX\" of account 1 whose message id is \"m2@example.org\")",
+       "{\"Subject 2\"}"},
+      {"name of to recipients of message 1 of mailbox \"INBOX\" of account 1", "{\"Bob\", missing value}"},
+      {"address of every recipient of message 1 of mailbox \"INBOX\" of account 1",
+       "{\"bob@example.org\", \"carl@example.org\", \"d@example.org\"}"},
+      {"content of header \"subject\" of message 1 of mailbox \"INBOX\" of account 1", "\"Subject 3\""},
+      {"read status of message 1 of mailbox \"INBOX\" of account 1", "false"},
+      {"flag index of message 1 of mailbox \"INBOX\" of account 1", "-1"},
+      {"background color of message 1 of mailbox \"INBOX\" of account 1", "none"},
+      {"date sent of message 1 of mailbox \"INBOX\" of account 1",
+       "date \"Sunday, March 1, 2026 at 8:15:00 AM\""},
+      {"extract name from \"Ada <ada@example.org>\"", "\"Ada\""},
+      {"extract address from \"Ada <ada@example.org>\"", "\"ada@example.org\""},
+      {"get selection", "{}"},
+      {"visible of window 1", "true"},
+      {"sort column of message viewer 1", "date received column"},
+      {"name", "\"Mail\""},
+  };
+  for (const auto& [script, expected] : table) EXPECT_EQ(mail(script), expected) << script;
+
+  const std::vector<std::pair<std::string, std::string>> failing = {
+      {"delete mailbox \"Receipts\"", "error -10000"},
+      {"set name of mailbox \"Receipts\" to \"x\"", "error -10003"},
+      {"get mailbox \"Nope\" of account 1", "error -1728"},
+      {"get message 9 of mailbox \"INBOX\" of account 1", "error -1719"},
+      {"get message id 12345 of mailbox \"INBOX\" of account 1", "error -1728"},
+      {"set flag index of message 1 of mailbox \"INBOX\" of account 1 to 7", "error -10006"},
+      {"set background color of message 1 of mailbox \"INBOX\" of account 1 to other", "error -10006"},
+      {"set mailbox of message 1 of mailbox \"INBOX\" of account 1 to account 2", "error -10006"},
+      {"make new mailbox", "error -1701"},
+      {"make new account", "error -2710"},
+      {"get account \"Nobody\"", "error -1728"},
+  };
+  const auto before = disk.tree("/mail");
+  for (const auto& [script, expected] : failing)
+    EXPECT_EQ(mail(script).substr(0, expected.size()), expected) << mail(script);
+  EXPECT_EQ(disk.tree("/mail"), before);
+}
+
+TEST_F(ScriptTest, MarksAreSeenAtOnceAndMessagesStayTheSameWhereverTheyGo) {
+  const std::string first = "message 1 of mailbox \"INBOX\" of account 1";
+  EXPECT_EQ(run("tell application \"Mail\"\nset m to " + first +
+                "\nset m to message id (id of m) of mailbox of m\nset read status of m to true\n"
+                "set background color of m to blue\nset flagged status of m to true\n"
+                "set a to {read status of m, background color of m, flag index of m}\n"
+                "set background color of m to remove\nset flagged status of m to false\n"
+                "set mailbox of m to mailbox \"Receipts\"\nset junk mail status of m to true\n"
+                "return a & {flag index of m, background color of m, name of mailbox of m, subject of "
+                "m}\nend tell"),
+            "{true, blue, 0, -1, none, \"Receipts\", \"Subject 3\"}");
+  EXPECT_EQ(mail("junk mail status of message 1 of mailbox \"Receipts\""), "true");
+  EXPECT_EQ(
+      mail("move message 1 of mailbox \"Receipts\" to mailbox \"INBOX\" of account 1").find("message id "),
+      0U);
+  EXPECT_EQ(mail("count of messages of mailbox \"INBOX\" of account 1"), "3");
+  EXPECT_EQ(mail("duplicate " + first + " to mailbox \"Receipts/2024\"").find("message id "), 0U);
+  EXPECT_EQ(mail("count of messages of mailbox \"Receipts/2024\""), "1");
+  EXPECT_EQ(mail("delete " + first), "");
+  EXPECT_EQ(mail("deleted status of " + first), "true") << "an account without a trash marks what is deleted";
+  // A number of an earlier run still names the message.
+  const auto reference = mail("get " + first);
+  EXPECT_EQ(run("tell application \"Mail\" to subject of " +
+                reference.substr(0, reference.find(" of application"))),
+            "\"Subject 3\"");
+}
+
+}  // namespace
+}  // namespace quillbox::mailclient
