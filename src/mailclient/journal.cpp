@@ -76,8 +76,8 @@ bool JournalEntry::holdsFiling() const {
 
 bool JournalEntry::isWorthKeeping() const {
   return std::ranges::any_of(records, [](const JournalRecord& record) {
-    return !record.isVoid && record.kind != JournalRecord::Kind::marks &&
-           record.kind != JournalRecord::Kind::keywords;
+    return !record.isVoid && record.kind != JournalRecord::Kind::plan &&
+           record.kind != JournalRecord::Kind::marks && record.kind != JournalRecord::Kind::keywords;
   });
 }
 
@@ -105,7 +105,10 @@ Result<JournalEntry> readEntry(const Environment& environment, const Path& file)
 
 Result<std::unique_ptr<JournalWriter>> JournalWriter::begin(const Environment& environment) {
   const auto folder = journalFolder(environment);
-  if (auto made = makeDirectories(environment.files, folder, 0700); !made) return forward(made);
+  if (!environment.files.info(folder)) {
+    if (auto made = makeDirectories(environment.files, folder, 0700); !made) return forward(made);
+    if (auto synced = environment.files.syncDirectory(environment.directory); !synced) return forward(synced);
+  }
   const auto entries = everyEntry(environment);
   if (!entries) return forward(entries);
   auto order = static_cast<std::uint64_t>(std::max<std::int64_t>(environment.clock.now().count(), 1));
@@ -151,6 +154,7 @@ Result<void> JournalWriter::adopt(const JournalEntry& entry) {
   out_ = std::move(*out);
   token_ = entry.token;
   next_ = entry.records.size();
+  isNamed_ = true;
   // A torn last line is ended, and the empty line behind it says that it is torn.
   return append("\n\n");
 }
@@ -176,11 +180,15 @@ Result<void> JournalWriter::beginUndo() {
 }
 
 Result<void> JournalWriter::sync() {
-  return out_->sync();
+  if (auto synced = out_->sync(); !synced) return synced;
+  if (isNamed_) return {};
+  auto named = environment_.files.syncDirectory(file_.parent_path());
+  isNamed_ = named.has_value();
+  return named;
 }
 
 Result<void> JournalWriter::become(EntryState state) {
-  if (auto done = out_->sync(); !done) return done;
+  if (auto done = sync(); !done) return done;
   Path next = file_;
   next.replace_extension(extensionOf(state));
   if (auto renamed = environment_.files.renameNoReplace(file_, next); !renamed) return renamed;

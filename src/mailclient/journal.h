@@ -25,8 +25,10 @@ struct JournalPlace {
 };
 
 struct JournalRecord {
-  // keywords: the folder `to.folder` is about to give letters to new keywords.
-  enum class Kind { move, copy, marks, mailbox, keywords };
+  // plan: `files` are about to be moved from `from.folder` to `to.folder`; it is on the disk before the first
+  // of them is renamed, when the lines of the moves themselves are not yet. keywords: the folder `to.folder`
+  // is about to give letters to new keywords.
+  enum class Kind { plan, move, copy, marks, mailbox, keywords };
 
   Kind kind = Kind::move;
   JournalPlace from;
@@ -36,6 +38,7 @@ struct JournalRecord {
   // The name in the destination's tmp/ under which a copy across file systems is written; empty for a plain
   // rename.
   std::string draft;
+  std::vector<MessageFile> files;  // of a plan
   // Of a new mailbox: the folders that it needs, and the root of its tree.
   std::vector<Folder> folders;
   Path root;
@@ -86,7 +89,7 @@ class JournalWriter {
   Result<void> beginUndo();
   // Says that a record's step did not happen.
   Result<void> voidRecord(std::size_t number);
-  // Makes what was written durable.
+  // Makes what was written durable, and the entry itself.
   Result<void> sync();
   // Syncs, and gives the entry its next state.
   Result<void> become(EntryState state);
@@ -104,6 +107,7 @@ class JournalWriter {
   std::unique_ptr<FileLock> lock_;
   std::unique_ptr<WritableFile> out_;
   std::size_t next_ = 0;
+  bool isNamed_ = false;  // the folder's entry is durable
 };
 
 }  // namespace quillbox::mailclient

@@ -16,19 +16,28 @@ namespace {
 
 constexpr int kVersion = 1;
 
-constexpr std::array<std::pair<JournalRecord::Kind, std::string_view>, 5> kKinds = {
-    {{JournalRecord::Kind::move, "move"},
+constexpr std::array<std::pair<JournalRecord::Kind, std::string_view>, 6> kKinds = {
+    {{JournalRecord::Kind::plan, "plan"},
+     {JournalRecord::Kind::move, "move"},
      {JournalRecord::Kind::copy, "copy"},
      {JournalRecord::Kind::marks, "marks"},
      {JournalRecord::Kind::mailbox, "mailbox"},
      {JournalRecord::Kind::keywords, "keywords"}}};
 
-Json encodePlace(const JournalPlace& place) {
+constexpr std::array<std::pair<const char*, Subfolder>, 2> kSubfolders = {
+    {{"cur", Subfolder::current}, {"new", Subfolder::fresh}}};
+
+Json encodeFolder(const JournalPlace& place) {
   return Json{{"account", place.mailbox.account},
               {"mailbox", readableBytes(place.mailbox.path)},
-              {"folder", readableBytes(place.folder.string())},
-              {"sub", place.file.subfolder == Subfolder::current ? "cur" : "new"},
-              {"name", readableBytes(place.file.name)}};
+              {"folder", readableBytes(place.folder.string())}};
+}
+
+Json encodePlace(const JournalPlace& place) {
+  auto json = encodeFolder(place);
+  json["sub"] = place.file.subfolder == Subfolder::current ? "cur" : "new";
+  json["name"] = readableBytes(place.file.name);
+  return json;
 }
 
 Json encodeMarks(const Marks& marks) {
@@ -44,10 +53,15 @@ std::string bytesAt(const Json& object, const char* key) {
   return bytesOfReadable(object.at(key).get_ref<const std::string&>());
 }
 
-JournalPlace decodePlace(const Json& json) {
+JournalPlace decodeFolder(const Json& json) {
   JournalPlace place;
   place.mailbox = {json.at("account").get<std::string>(), bytesAt(json, "mailbox")};
   place.folder = bytesAt(json, "folder");
+  return place;
+}
+
+JournalPlace decodePlace(const Json& json) {
+  auto place = decodeFolder(json);
   place.file.name = bytesAt(json, "name");
   place.file.subfolder = json.at("sub") == "new" ? Subfolder::fresh : Subfolder::current;
   return place;
@@ -77,6 +91,16 @@ JournalRecord decodeRecord(const Json& json, JournalRecord::Kind kind) {
   }
   if (kind == JournalRecord::Kind::keywords) {
     record.to.folder = bytesAt(json, "folder");
+    return record;
+  }
+  if (kind == JournalRecord::Kind::plan) {
+    record.from = decodeFolder(json.at("from"));
+    record.to = decodeFolder(json.at("to"));
+    for (const auto& [sub, subfolder] : kSubfolders) {
+      for (const auto& name : json.at(sub)) {
+        record.files.push_back({bytesOfReadable(name.get_ref<const std::string&>()), subfolder});
+      }
+    }
     return record;
   }
   record.from = decodePlace(json.at("from"));
@@ -131,6 +155,13 @@ std::string encodeRecord(const JournalRecord& record) {
     }
   } else if (record.kind == JournalRecord::Kind::keywords) {
     json["folder"] = readableBytes(record.to.folder.string());
+  } else if (record.kind == JournalRecord::Kind::plan) {
+    json["from"] = encodeFolder(record.from);
+    json["to"] = encodeFolder(record.to);
+    for (const auto& [sub, subfolder] : kSubfolders) json[sub] = Json::array();
+    for (const auto& file : record.files) {
+      json[file.subfolder == Subfolder::current ? "cur" : "new"].push_back(readableBytes(file.name));
+    }
   } else {
     json["from"] = encodePlace(record.from);
     json["to"] = encodePlace(record.to);
@@ -150,6 +181,8 @@ std::string encodeUndo() {
 }
 
 Result<JournalEntry> decodeEntry(std::string_view text, std::string_view what) {
+  // What was appended but not synced before a power cut may be there as zeros.
+  text = text.substr(0, text.find('\0'));
   JournalEntry entry;
   int line = 0;
   const auto damaged = [&](std::string_view why) {

@@ -94,6 +94,11 @@ Result<std::shared_ptr<FolderIndex>> MailStore::messages(const Folder& folder) {
   return scan(folder);
 }
 
+Result<std::shared_ptr<FolderIndex>> MailStore::listed(const Folder& folder) {
+  if (auto index = remembered(folder.directory)) return index;
+  return scan(folder);
+}
+
 Result<LocatedMessage> MailStore::locate(const MessageKey& key, Lookup lookup) {
   const auto folder = mailbox(key.mailbox);
   if (!folder) return forward(folder);

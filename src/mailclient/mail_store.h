@@ -63,6 +63,8 @@ class MailStore {
 
   // The folder's messages as they are now.
   Result<std::shared_ptr<FolderIndex>> messages(const Folder& folder);
+  // The same as it was listed last, with our own changes since.
+  Result<std::shared_ptr<FolderIndex>> listed(const Folder& folder);
   // Fails with messageNotFound or mailboxNotFound.
   Result<LocatedMessage> locate(const MessageKey& key, Lookup lookup = Lookup::remembered);
   // Runs `use` on the message's file, again after a fresh look as long as it fails with ENOENT because

@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <set>
+#include <utility>
+#include <vector>
 
 #include <fmt/format.h>
 
@@ -71,6 +74,9 @@ Result<void> Recovery::close(const Path& file, Transaction::Moves& moves) {
   Transaction steps(environment_, store_);
   steps.writer_ = std::move(*writer);
 
+  if (entry->state == EntryState::open) {
+    if (auto found = addUnwrittenMoves(*entry, *steps.writer_); !found) return found;
+  }
   for (const auto& record : entry->records) removeLeftovers(record, entry->token);
   for (std::size_t number = 0; number < entry->records.size(); ++number) {
     auto& record = entry->records[number];
@@ -96,6 +102,40 @@ Result<void> Recovery::close(const Path& file, Transaction::Moves& moves) {
   return entry->isWorthKeeping() ? steps.writer_->become(EntryState::done) : steps.writer_->discard();
 }
 
+Result<void> Recovery::addUnwrittenMoves(JournalEntry& entry, JournalWriter& writer) {
+  std::set<std::pair<std::string, std::string>> written;
+  std::vector<JournalRecord> plans;
+  for (const auto& record : entry.records) {
+    if (record.kind == Kind::plan) plans.push_back(record);
+    if (record.kind == Kind::move && !record.isVoid) written.emplace(record.from.folder, record.from.id());
+  }
+  for (const auto& plan : plans) {
+    for (const auto& file : plan.files) {
+      JournalRecord record;
+      record.kind = Kind::move;
+      record.from = {plan.from.mailbox, plan.from.folder, file};
+      record.to = {plan.to.mailbox, plan.to.folder, file};
+      if (written.contains({record.from.folder, record.from.id()})) continue;
+      const auto from = find(record.from);
+      if (!from) return forward(from);
+      const auto to = find(record.to);
+      if (!to) return forward(to);
+      if (*from || !*to) continue;
+      const auto tableThen = store_.keywords(record.from.folder);
+      if (!tableThen) return forward(tableThen);
+      const auto tableNow = store_.keywords(record.to.folder);
+      if (!tableNow) return forward(tableNow);
+      record.to.file = **to;
+      record.before = Marks::read(MessageName::parse(file.name), *tableThen);
+      record.after = Marks::read(MessageName::parse((*to)->name), *tableNow);
+      if (auto done = writer.write(record); !done) return forward(done);
+      written.emplace(record.from.folder, record.from.id());
+      entry.records.push_back(std::move(record));
+    }
+  }
+  return {};
+}
+
 void Recovery::removeLeftovers(const JournalRecord& record, const std::string& token) {
   auto& files = environment_.files;
   if (record.kind == Kind::mailbox) {
@@ -115,6 +155,7 @@ Result<bool> Recovery::settle(const JournalRecord& record, Transaction& steps) {
     case Kind::mailbox:
       return settleMailbox(record, steps.writer_->token());
     case Kind::keywords:
+    case Kind::plan:
       return true;
     case Kind::marks:
       break;
@@ -198,9 +239,13 @@ Result<UndoReport> Recovery::takeBack(const JournalEntry& entry, std::unique_ptr
   UndoReport report;
   Transaction steps(environment_, store_);
   steps.writer_ = std::move(writer);
+  steps.announces_ = false;
   for (auto number = entry.filingRecords(); number > 0; --number) {
     const auto& record = entry.records[number - 1];
-    if (record.isVoid || record.kind == Kind::mailbox || record.kind == Kind::keywords) continue;
+    if (record.isVoid || record.kind == Kind::mailbox || record.kind == Kind::keywords ||
+        record.kind == Kind::plan) {
+      continue;
+    }
     if (auto done = takeBack(record, steps, report); !done) {
       // One message that cannot be taken back must not keep the others.
       report.kept.push_back(fmt::format("The message “{}” stays in “{}”: {}", shown(record.to),

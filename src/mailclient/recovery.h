@@ -42,6 +42,8 @@ class Recovery {
   Result<bool> settleMove(const JournalRecord& record);
   Result<bool> settleCopy(const JournalRecord& record, Transaction& steps);
   Result<bool> settleMailbox(const JournalRecord& record, const std::string& token);
+  // Finds the moves of which a power cut has kept the renames but not the journal's lines.
+  Result<void> addUnwrittenMoves(JournalEntry& entry, JournalWriter& writer);
   void removeLeftovers(const JournalRecord& record, const std::string& token);
 
   Result<UndoReport> takeBack(const JournalEntry& entry, std::unique_ptr<JournalWriter> writer);

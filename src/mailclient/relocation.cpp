@@ -1,7 +1,7 @@
 // How a transaction brings one message to another folder. The order of the steps is what keeps the message
 // whole under some name at every instant:
 //
-//   same file system    journal; rename without replacing
+//   same file system    journal, synced once for all messages expected; rename without replacing
 //   another one         journal, synced; write tmp/draft, sync it; rename it into cur/, sync cur/; remove the
 //   source a copy              the same, and the marks of the original instead of the last step
 #include <cerrno>
@@ -94,9 +94,14 @@ Result<MessageKey> Transaction::relocate(const MessageKey& key, const Folder& to
 Result<MessageFile> Transaction::place(const LocatedMessage& source, Step& step, Mode mode) {
   const std::pair folders(source.folder.directory.string(), step.record.to.folder.string());
   if (mode == Mode::copy || apart_.contains(folders)) return placeByCopy(source, step, mode);
+  if (auto known = announce(step.record.from, step.record.to); !known) return forward(known);
   auto written = writeStep(step.record);
   if (!written) return forward(written);
   const auto target = step.record.to.file;
+  // The plan knows the message by its id only.
+  if (step.record.to.id() != step.record.from.id()) {
+    if (auto synced = writer_->sync(); !synced) return forward(synced);
+  }
   const auto renamed = environment_.files.renameNoReplace(source.path(), target.path(step.record.to.folder));
   if (renamed) return target;
   giveUp(*written);

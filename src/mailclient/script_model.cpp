@@ -162,7 +162,11 @@ Outcome<std::string> MailModel::headerText(const MessageKey& key) {
 }
 
 Transaction& MailModel::transaction() {
-  if (!transaction_) transaction_ = std::make_unique<Transaction>(environment(), store());
+  if (!transaction_) {
+    transaction_ = std::make_unique<Transaction>(environment(), store());
+    const auto state = viewStore().read();
+    if (state && state->front() != nullptr) transaction_->expect(state->front()->selected);
+  }
   return *transaction_;
 }
 

@@ -46,6 +46,8 @@ Result<KeywordTable> Transaction::keywordsFor(const Path& folder, const std::vec
   record.kind = JournalRecord::Kind::keywords;
   record.to.folder = folder;
   if (auto written = (*journal)->write(record); !written) return forward(written);
+  // A lock that a power cut leaves must be known as ours.
+  if (auto synced = (*journal)->sync(); !synced) return forward(synced);
   return requireKeywords(environment_, folder, names, (*journal)->token());
 }
 
@@ -93,6 +95,38 @@ MarkChange Transaction::takePending(const MessageKey& key) {
   auto change = std::move(pending_->change);
   pending_.reset();
   return change;
+}
+
+void Transaction::expect(const std::vector<MessageKey>& keys) {
+  for (const auto& key : keys) expected_[key.mailbox].insert(key.id);
+}
+
+Result<void> Transaction::announce(const JournalPlace& from, const JournalPlace& to) {
+  if (!announces_) return {};
+  const auto id = from.id();
+  auto& announced = announced_[{from.folder.string(), to.folder.string()}];
+  if (announced.contains(id)) return {};
+  JournalRecord plan;
+  plan.kind = JournalRecord::Kind::plan;
+  plan.from = {from.mailbox, from.folder, {}};
+  plan.to = {to.mailbox, to.folder, {}};
+  plan.files.push_back(from.file);
+  std::set<std::string> ids = {id};
+  if (const auto expected = expected_.find(from.mailbox);
+      expected != expected_.end() && expected->second.contains(id)) {
+    const auto index = store_.listed({from.mailbox.path, from.folder});
+    if (!index) return forward(index);
+    for (const auto& other : expected->second) {
+      const auto* file = (*index)->find(other);
+      if (file != nullptr && ids.insert(other).second) plan.files.push_back(*file);
+    }
+  }
+  const auto journal = writer();
+  if (!journal) return forward(journal);
+  if (auto written = (*journal)->write(plan); !written) return forward(written);
+  if (auto synced = (*journal)->sync(); !synced) return synced;
+  announced.merge(ids);
+  return {};
 }
 
 Result<Marks> Transaction::marks(const MessageKey& key) {

@@ -33,6 +33,11 @@ class Transaction {
 
   Transaction(const Environment& environment, MailStore& store) : environment_(environment), store_(store) {}
 
+  // Messages that will probably be moved, a selection say. A move is renamed only when the journal on the
+  // disk knows of it; for messages expected it learns of all at once, which takes one sync instead of one for
+  // each.
+  void expect(const std::vector<MessageKey>& keys);
+
   // The marks as this transaction leaves them.
   Result<Marks> marks(const MessageKey& key);
   Result<void> change(const MessageKey& key, const MarkChange& change);
@@ -72,6 +77,7 @@ class Transaction {
   Result<void> note(const JournalRecord& record);
   Result<Step> writeStep(JournalRecord record);
   void giveUp(const Step& step);
+  Result<void> announce(const JournalPlace& from, const JournalPlace& to);
   Result<MessageKey> relocate(const MessageKey& key, const Folder& to, const MailboxKey& destination,
                               const MarkChange& change, Mode mode);
   Result<MessageFile> place(const LocatedMessage& source, Step& step, Mode mode);
@@ -89,6 +95,10 @@ class Transaction {
   std::unique_ptr<JournalWriter> writer_;
   std::vector<JournalRecord> waiting_;  // marks before the entry was begun
   std::optional<Pending> pending_;
+  std::map<MailboxKey, std::set<std::string>> expected_;  // ids
+  // Ids that the journal on the disk knows of, by the folders from and to which they move.
+  std::map<std::pair<std::string, std::string>, std::set<std::string>> announced_;
+  bool announces_ = true;                                // an undo's moves are known from the filing's lines
   std::set<std::string> touched_;                        // directories to sync
   std::set<std::pair<std::string, std::string>> apart_;  // pairs of folders on different file systems
   Moves moves_;

@@ -96,9 +96,10 @@ Result<std::size_t> fileAll(const Environment& environment, const MailboxKey& fr
   const auto index = store.messages(*folder);
   if (!index) return forward(index);
   Transaction transaction(environment, store);
-  const auto files = (*index)->files();
-  for (const auto& file : files) {
-    const MessageKey key{from, stableId(file.name)};
+  std::vector<MessageKey> keys;
+  for (const auto& file : (*index)->files()) keys.push_back({from, stableId(file.name)});
+  transaction.expect(keys);
+  for (const auto& key : keys) {
     if (auto changed = transaction.change(key, change); !changed) return forward(changed);
     if (auto moved = transaction.move(key, to); !moved) return forward(moved);
   }

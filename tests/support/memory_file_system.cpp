@@ -411,8 +411,9 @@ void MemoryFileSystem::setCapacity(std::uint64_t bytes) {
   capacity_ = bytes;
 }
 
-void MemoryFileSystem::losePower() {
+void MemoryFileSystem::losePower(Lost lost) {
   const std::lock_guard lock(mutex_);
+  if (lost == Lost::bytes) journal_.clear();
   for (auto undo = journal_.rbegin(); undo != journal_.rend(); ++undo) {
     if (undo->before == nullptr) {
       undo->directory->children.erase(undo->name);

@@ -53,8 +53,10 @@ class MemoryFileSystem final : public FileSystem {
   void mount(const Path& path);
   // Bytes that all files together may hold; more fails with ENOSPC after as much as fits was written.
   void setCapacity(std::uint64_t bytes);
-  // Everything that was not synced is gone. Open files write into the void afterwards.
-  void losePower();
+  // What was not synced is gone: all of it, or the bytes of files only, because the disk happened to keep the
+  // directories. Open files write into the void afterwards.
+  enum class Lost { everything, bytes };
+  void losePower(Lost lost = Lost::everything);
   // Every file and link below `top`, as absolute paths, sorted; directories only with a trailing "/" when
   // empty.
   std::vector<std::string> tree(const Path& top = "/") const;

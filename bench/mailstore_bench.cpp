@@ -1,0 +1,216 @@
+// Filing and listing of large folders on the real disk, each beside the bare work that it cannot avoid.
+//
+//   BareRenames      renames 1,000 files into another folder, and syncs both folders and one small file
+//   File             files 1,000 messages with marks, journal and all
+//   BareListing      reads the names of 100,000 files
+//   FirstRows        the first 100 rows of a folder of 100,000 messages, nothing remembered
+//   AllRows          all rows, with the cache file (1) or without it (0); the counter is the memory a message
+//   takes Mailboxes        5,000 mailboxes in 5 accounts, by their names
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include <benchmark/benchmark.h>
+#include <fmt/format.h>
+#include <malloc.h>
+
+#include "host/linux/file_system.h"
+#include "mailclient/mail_client.h"
+#include "mailclient/transaction.h"
+#include "support/fakes.h"
+#include "support/manual_dispatch.h"
+
+namespace quillbox::mailclient {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int kFiled = 1000;
+constexpr int kLarge = 100'000;
+
+class Store {
+ public:
+  Store() {
+    std::string pattern = (fs::temp_directory_path() / "quillbox-bench-XXXXXX").string();
+    if (mkdtemp(pattern.data()) == nullptr) fatal("no temporary folder");
+    root = pattern;
+    makeFolder(mail());
+    makeFolder(mail() / ".Done");
+  }
+  ~Store() { fs::remove_all(root); }
+  Path mail() const { return root / "mail"; }
+  Environment environment() { return {files, clock, random, log, root / "profile" / "mail"}; }
+  static void makeFolder(const Path& folder) {
+    for (const auto* part : {"cur", "new", "tmp"}) fs::create_directories(folder / part);
+  }
+  void fill(int count) const {
+    for (int i = 0; i < count; ++i) {
+      std::ofstream(mail() / "cur" / fmt::format("17{:08}.M{}P1.host,S=1000:2,", i, i)) << fmt::format(
+          "From: Person {0} <p{0}@example.org>\nSubject: Message number {0}\n"
+          "Message-ID: <{0}@example.org>\nDate: Sun, 1 Mar 2026 09:15:00 +0100\n\n{1}\n",
+          i, std::string(800, 'x'));
+    }
+  }
+
+  Path root;
+  LinuxFileSystem files;
+  ManualClock clock;
+  FixedRandomSource random;
+  RecordingLog log;
+};
+
+void bareRenames(benchmark::State& state) {
+  Store store;
+  store.fill(kFiled);
+  Path from = store.mail() / "cur";
+  Path to = store.mail() / ".Done" / "cur";
+  for (auto _ : state) {
+    std::vector<std::string> names;
+    (void)store.files.list(from, [&](std::string_view name, FileKind) {
+      names.emplace_back(name);
+      return true;
+    });
+    for (const auto& name : names) (void)store.files.renameNoReplace(from / name, to / name);
+    auto small = store.files.create(store.root / "small", CreateMode::append, 0600);
+    (void)(*small)->write("line\n");
+    (void)(*small)->sync();
+    (void)store.files.syncDirectory(from);
+    (void)store.files.syncDirectory(to);
+    (void)store.files.syncDirectory(store.root);
+    std::swap(from, to);
+  }
+  state.SetItemsProcessed(state.iterations() * kFiled);
+}
+
+void file(benchmark::State& state) {
+  Store store;
+  store.fill(kFiled);
+  const auto environment = store.environment();
+  MailClient client(environment);
+  if (!client.addAccount({"A", store.mail(), "", AccountType::imap})) fatal("no account");
+  const auto account = client.accounts()->front().id;
+  MailboxKey from{account, "INBOX"};
+  MailboxKey to{account, "Done"};
+  bool forth = true;
+  for (auto _ : state) {
+    MailStore mail(environment);
+    Transaction transaction(environment, mail);
+    const auto index = *mail.messages(*mail.mailbox(from));
+    auto change = MarkChange::flag(flag::seen, forth);
+    change.then(MarkChange::flagIndex(forth ? 6 : -1));
+    change.then(MarkChange::label(forth ? LabelColor::yellow : LabelColor::none));
+    std::vector<MessageKey> keys;
+    for (const auto& one : index->files()) keys.push_back({from, stableId(one.name)});
+    transaction.expect(keys);
+    for (const auto& key : keys) {
+      if (!transaction.change(key, change) || !transaction.move(key, to)) fatal("not filed");
+    }
+    if (!transaction.commit() || transaction.filed() != kFiled) fatal("not filed");
+    std::swap(from, to);
+    forth = !forth;
+  }
+  state.SetItemsProcessed(state.iterations() * kFiled);
+}
+
+Store& largeStore() {
+  static Store store;
+  static const bool filled = [] {
+    store.fill(kLarge);
+    return true;
+  }();
+  (void)filled;
+  return store;
+}
+
+void bareListing(benchmark::State& state) {
+  auto& store = largeStore();
+  for (auto _ : state) {
+    std::size_t bytes = 0;
+    (void)store.files.list(store.mail() / "cur", [&](std::string_view name, FileKind) {
+      bytes += name.size();
+      return true;
+    });
+    benchmark::DoNotOptimize(bytes);
+  }
+}
+
+Environment& largeEnvironment() {
+  static Environment environment = [] {
+    auto made = largeStore().environment();
+    MailClient client(made);
+    if (!client.addAccount({"A", largeStore().mail(), "", AccountType::imap})) fatal("no account");
+    return made;
+  }();
+  return environment;
+}
+
+void firstRows(benchmark::State& state) {
+  const auto& environment = largeEnvironment();
+  for (auto _ : state) {
+    MailClient client(environment);
+    benchmark::DoNotOptimize(client.messages("A", "INBOX", 100)->size());
+  }
+}
+
+void allRows(benchmark::State& state) {
+  const auto& environment = largeEnvironment();
+  const auto cache = largeStore().root / "profile" / "mail" / "cache";
+  double perMessage = 0;
+  for (auto _ : state) {
+    state.PauseTiming();
+    if (state.range(0) == 0) fs::remove_all(cache);
+    malloc_trim(0);
+    const auto before = mallinfo2();
+    state.ResumeTiming();
+    MailClient client(environment);
+    std::size_t shown = 0;
+    {
+      const auto rows = client.messages("A", "INBOX");
+      for (const auto& row : *rows) {
+        shown += row.messageId.size() + row.sender.size() + row.subject.size();
+      }
+      if (rows->size() != kLarge) fatal("rows are missing");
+    }
+    state.PauseTiming();
+    const auto after = mallinfo2();
+    perMessage =
+        static_cast<double>(after.uordblks + after.hblkhd - before.uordblks - before.hblkhd - shown) / kLarge;
+    state.ResumeTiming();
+  }
+  state.counters["bytes_a_message_beside_headers"] = perMessage;
+}
+
+void mailboxes(benchmark::State& state) {
+  Store store;
+  const auto environment = store.environment();
+  MailClient client(environment);
+  for (int account = 0; account < 5; ++account) {
+    const auto root = store.root / fmt::format("account{}", account);
+    Store::makeFolder(root);
+    for (int i = 1; i < 1000; ++i) Store::makeFolder(root / fmt::format(".Folder {}.Sub {}", i % 50, i));
+    if (!client.addAccount({fmt::format("A{}", account), root, "", AccountType::imap})) fatal("no account");
+  }
+  for (auto _ : state) {
+    std::size_t count = 0;
+    for (int account = 0; account < 5; ++account)
+      count += client.mailboxes(fmt::format("A{}", account))->size();
+    if (count != 5000) fatal("mailboxes are missing");
+  }
+}
+
+BENCHMARK(bareRenames)->Name("BareRenames")->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(file)->Name("File")->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(bareListing)->Name("BareListing")->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(firstRows)->Name("FirstRows")->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(allRows)
+    ->Name("AllRows")
+    ->Arg(0)
+    ->Arg(1)
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime()
+    ->Iterations(3);
+BENCHMARK(mailboxes)->Name("Mailboxes")->Unit(benchmark::kMillisecond)->UseRealTime();
+
+}  // namespace
+}  // namespace quillbox::mailclient
