@@ -214,3 +214,5 @@ BENCHMARK(mailboxes)->Name("Mailboxes")->Unit(benchmark::kMillisecond)->UseRealT
 
 }  // namespace
 }  // namespace quillbox::mailclient
+
+BENCHMARK_MAIN();

@@ -312,7 +312,42 @@ Result<std::size_t> MailClient::selectPiped(std::string_view bytes) {
   return selectKeys({**found});
 }
 
+Result<void> MailClient::followMessages() {
+  const std::lock_guard lock(mutex_);
+  return follow();
+}
+
+Result<void> MailClient::follow() {
+  const auto state = views_.read();
+  if (!state) return forward(state);
+  std::set<MessageKey> missing;
+  for (const auto& viewer : state->viewers) {
+    for (const auto& key : viewer.selected) {
+      const auto there = store_.marks(key);
+      if (!there && (there.error().number == error_number::messageNotFound ||
+                     there.error().number == error_number::mailboxNotFound ||
+                     there.error().number == error_number::accountNotFound)) {
+        missing.insert(key);
+      }
+    }
+  }
+  if (missing.empty()) return {};
+  const auto found = store_.whereabouts({missing.begin(), missing.end()});
+  if (!found) return forward(found);
+  return views_.change([&](ViewState& views) -> Result<void> {
+    for (auto& viewer : views.viewers) {
+      std::erase_if(viewer.selected,
+                    [&](const MessageKey& key) { return missing.contains(key) && !found->contains(key); });
+      for (auto& key : viewer.selected) {
+        if (const auto place = found->find(key); place != found->end()) key = place->second;
+      }
+    }
+    return {};
+  });
+}
+
 Result<std::vector<MessageKey>> MailClient::selectedKeys() {
+  if (auto followed = follow(); !followed) environment_.log.error(followed.error().message);
   const auto state = views_.read();
   if (!state) return forward(state);
   std::vector<MessageKey> keys;

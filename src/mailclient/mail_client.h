@@ -92,6 +92,9 @@ class MailClient {
   // without one the same content; the inboxes are searched first.
   Result<std::size_t> selectPiped(std::string_view bytes);
   Result<void> selectNothing();
+  // Selects messages that others have moved where they are now, and no more those that are gone. Writes
+  // nothing when every selected message is in its place.
+  Result<void> followMessages();
   Result<std::vector<MessageRow>> selection();
 
   // ---- filing ----
@@ -101,6 +104,7 @@ class MailClient {
  private:
   friend class MailSession;
   friend class MailModel;
+  friend class StoreFollower;
 
   Result<std::pair<MailAccount, Folder>> mailboxNamed(std::string_view account, std::string_view path);
   Result<MessageRow> row(const MailAccount& account, const Folder& folder, const MessageFile& file);
@@ -108,6 +112,8 @@ class MailClient {
   // The keys of the front viewer's selection, as far as their messages are still there.
   Result<std::vector<MessageKey>> selectedKeys();
   Result<std::optional<MessageKey>> findPiped(std::string_view bytes);
+  // followMessages(), under the lock.
+  Result<void> follow();
   Result<void> noteMoves(const Transaction::Moves& moves);
 
   const Environment environment_;

@@ -115,6 +115,27 @@ Result<LocatedMessage> MailStore::locate(const MessageKey& key, Lookup lookup) {
                           text::singleLine(readableBytes(key.id)), key.mailbox.path));
 }
 
+Result<std::map<MessageKey, MessageKey>> MailStore::whereabouts(const std::vector<MessageKey>& keys) {
+  std::map<MessageKey, MessageKey> found;
+  std::map<std::string, std::vector<MessageKey>> byAccount;
+  for (const auto& key : keys) byAccount[key.mailbox.account].push_back(key);
+  for (const auto& [id, wanted] : byAccount) {
+    const auto owner = account(id);
+    if (!owner && owner.error().number == error_number::accountNotFound) continue;
+    if (!owner) return forward(owner);
+    const auto folders = mailboxes(*owner);
+    if (!folders) return forward(folders);
+    for (const auto& folder : *folders) {
+      const auto index = messages(folder);
+      if (!index) continue;  // gone since the list was made, or unreadable
+      for (const auto& key : wanted) {
+        if ((*index)->find(key.id) != nullptr) found.try_emplace(key, MessageKey{{id, folder.path}, key.id});
+      }
+    }
+  }
+  return found;
+}
+
 Result<KeywordTable> MailStore::keywords(const Path& folder) {
   const Path file = folder / "dovecot-keywords";
   const auto info = environment_.files.info(file);

@@ -72,6 +72,11 @@ class MailStore {
   template <class Use>
   auto withMessage(const MessageKey& key, Use&& use) -> decltype(use(std::declval<const LocatedMessage&>()));
 
+  // Where messages are that others have moved inside their account, by their ids; one that is in none of its
+  // mailboxes is not in the result. Lists every mailbox of the account. Fails when an account cannot be read
+  // now.
+  Result<std::map<MessageKey, MessageKey>> whereabouts(const std::vector<MessageKey>& keys);
+
   // As of the folder's dovecot-keywords, which is read again when it changed.
   Result<KeywordTable> keywords(const Path& folder);
   Result<Marks> marks(const MessageKey& key);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <set>
 #include <utility>
 
 #include <fmt/format.h>
@@ -274,9 +275,18 @@ Outcome<void> MailModel::changeViews(const std::function<Result<void>(ViewState&
 }
 
 std::vector<MessageKey> MailModel::present(const std::vector<MessageKey>& keys) {
-  std::vector<MessageKey> there;
+  std::vector<MessageKey> missing;
+  std::vector<MessageKey> there = keys;
   for (const auto& key : keys) {
-    if (store().locate(key)) there.push_back(key);
+    if (!store().locate(key)) missing.push_back(key);
+  }
+  if (missing.empty()) return there;
+  const auto moved = store().whereabouts(missing);
+  const std::set<MessageKey> gone(missing.begin(), missing.end());
+  std::erase_if(
+      there, [&](const MessageKey& key) { return gone.contains(key) && !(moved && moved->contains(key)); });
+  for (auto& key : there) {
+    if (gone.contains(key)) key = moved->at(key);
   }
   return there;
 }
