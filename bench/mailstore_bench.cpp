@@ -1,6 +1,8 @@
 // Filing and listing of large folders on the real disk, each beside the bare work that it cannot avoid.
 //
-//   BareRenames      renames 1,000 files into another folder, and syncs both folders and one small file
+//   BareRenames      renames 1,000 files into another folder, and makes the same syncs as a filing: a small
+//   file before
+//                    and after the renames, both folders, and the folder of the small file before and after
 //   File             files 1,000 messages with marks, journal and all
 //   BareListing      reads the names of 100,000 files
 //   FirstRows        the first 100 rows of a folder of 100,000 messages, nothing remembered
@@ -71,12 +73,19 @@ void bareRenames(benchmark::State& state) {
       names.emplace_back(name);
       return true;
     });
+    const auto small = store.root / "small";
+    auto out = store.files.create(small, CreateMode::append, 0600);
+    const auto writeSmall = [&] {
+      (void)(*out)->write("line\n");
+      (void)(*out)->sync();
+    };
+    writeSmall();
+    (void)store.files.syncDirectory(store.root);
     for (const auto& name : names) (void)store.files.renameNoReplace(from / name, to / name);
-    auto small = store.files.create(store.root / "small", CreateMode::append, 0600);
-    (void)(*small)->write("line\n");
-    (void)(*small)->sync();
+    writeSmall();
     (void)store.files.syncDirectory(from);
     (void)store.files.syncDirectory(to);
+    (void)store.files.renameReplacing(small, store.root / "done");
     (void)store.files.syncDirectory(store.root);
     std::swap(from, to);
   }

@@ -290,9 +290,10 @@ Result<FolderList> listFolders(FileSystem& files, const Path& root, Layout layou
 }
 
 Result<Folder> findFolder(FileSystem& files, const Path& root, Layout layout, std::string_view path) {
-  const auto missing =
-      fail(error_number::mailboxNotFound,
-           fmt::format("The mailbox “{}” could not be found", text::singleLine(readableBytes(path))));
+  const auto missing = [&] {
+    return fail(error_number::mailboxNotFound,
+                fmt::format("The mailbox “{}” could not be found", text::singleLine(readableBytes(path))));
+  };
   std::string wanted(path);
   if (wanted.size() > 1 && wanted.back() == '/') wanted.pop_back();
   if (sameIgnoringAsciiCase(wanted, inboxName)) {
@@ -304,13 +305,13 @@ Result<Folder> findFolder(FileSystem& files, const Path& root, Layout layout, st
       return Folder{wanted, directoryFor(root, layout, wanted)};
     }
     if (isMaildir(files, root)) return Folder{std::string(inboxName), root};
-    return missing;
+    return missing();
   }
   if (layout == Layout::nested && wanted == ".") {
     if (isMaildir(files, root) && isMaildir(files, root / inboxName)) return Folder{wanted, root};
-    return missing;
+    return missing();
   }
-  if (isImpossible(layout, wanted)) return missing;
+  if (isImpossible(layout, wanted)) return missing();
   auto directory = directoryFor(root, layout, wanted);
   // "inbox/Sub" for "INBOX/Sub", as in IMAP.
   const auto slash = wanted.find('/');
@@ -326,7 +327,7 @@ Result<Folder> findFolder(FileSystem& files, const Path& root, Layout layout, st
     return fail(error_number::maildirUnusable,
                 fmt::format("The mailbox “{}” can’t be read: {}", wanted, cur.error().message));
   }
-  return missing;
+  return missing();
 }
 
 Result<void> checkNewPath(Layout layout, std::string_view path) {

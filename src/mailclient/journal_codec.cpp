@@ -27,26 +27,87 @@ constexpr std::array<std::pair<JournalRecord::Kind, std::string_view>, 6> kKinds
 constexpr std::array<std::pair<const char*, Subfolder>, 2> kSubfolders = {
     {{"cur", Subfolder::current}, {"new", Subfolder::fresh}}};
 
-Json encodeFolder(const JournalPlace& place) {
-  return Json{{"account", place.mailbox.account},
-              {"mailbox", readableBytes(place.mailbox.path)},
-              {"folder", readableBytes(place.folder.string())}};
+// One line, member by member. A filing writes one for every message, so it is put together without a tree in
+// between.
+class Line {
+ public:
+  Line() : out_("{") {}
+  Line& text(std::string_view key, std::string_view bytes) {
+    begin(key);
+    quote(readableBytes(bytes));
+    return *this;
+  }
+  Line& texts(std::string_view key, const std::vector<std::string>& values) {
+    begin(key);
+    out_ += '[';
+    for (std::size_t i = 0; i < values.size(); ++i) {
+      if (i > 0) out_ += ',';
+      quote(readableBytes(values[i]));
+    }
+    out_ += ']';
+    return *this;
+  }
+  template <class Fill>
+  Line& object(std::string_view key, Fill&& fill) {
+    begin(key);
+    out_ += '{';
+    fill(*this);
+    out_ += '}';
+    return *this;
+  }
+  template <class Items, class Fill>
+  Line& objects(std::string_view key, const Items& items, Fill&& fill) {
+    begin(key);
+    out_ += '[';
+    for (const auto& item : items) {
+      out_ += out_.back() == '[' ? "{" : ",{";
+      fill(*this, item);
+      out_ += '}';
+    }
+    out_ += ']';
+    return *this;
+  }
+  std::string end() && { return std::move(out_) + "}\n"; }
+
+ private:
+  void begin(std::string_view key) {
+    if (out_.back() != '{') out_ += ',';
+    quote(key);
+    out_ += ':';
+  }
+  void quote(std::string_view utf8) {
+    out_ += '"';
+    for (const char c : utf8) {
+      if (static_cast<unsigned char>(c) < 0x20) {
+        out_ += fmt::format("\\u{:04x}", static_cast<unsigned>(c));
+      } else {
+        if (c == '"' || c == '\\') out_ += '\\';
+        out_ += c;
+      }
+    }
+    out_ += '"';
+  }
+
+  std::string out_;
+};
+
+void putFolder(Line& line, const JournalPlace& place) {
+  line.text("account", place.mailbox.account);
+  line.text("mailbox", place.mailbox.path);
+  line.text("folder", place.folder.native());
 }
 
-Json encodePlace(const JournalPlace& place) {
-  auto json = encodeFolder(place);
-  json["sub"] = place.file.subfolder == Subfolder::current ? "cur" : "new";
-  json["name"] = readableBytes(place.file.name);
-  return json;
+void putPlace(Line& line, const JournalPlace& place) {
+  putFolder(line, place);
+  line.text("sub", place.file.subfolder == Subfolder::current ? "cur" : "new");
+  line.text("name", place.file.name);
 }
 
-Json encodeMarks(const Marks& marks) {
-  Json keywords = Json::array();
-  for (const auto& keyword : marks.keywords) keywords.push_back(readableBytes(keyword));
-  return Json{{"flags", readableBytes(marks.flags)},
-              {"keywords", std::move(keywords)},
-              {"unnamed", marks.unnamed},
-              {"foreign", readableBytes(marks.foreign)}};
+void putMarks(Line& line, const Marks& marks) {
+  line.text("flags", marks.flags);
+  line.texts("keywords", marks.keywords);
+  line.text("unnamed", marks.unnamed);
+  line.text("foreign", marks.foreign);
 }
 
 std::string bytesAt(const Json& object, const char* key) {
@@ -141,35 +202,43 @@ std::string encodeHead(std::string_view token, std::chrono::nanoseconds started)
 }
 
 std::string encodeRecord(const JournalRecord& record) {
-  Json json;
-  json["do"] =
-      std::ranges::find(kKinds, record.kind, &std::pair<JournalRecord::Kind, std::string_view>::first)
-          ->second;
-  if (record.kind == JournalRecord::Kind::mailbox) {
-    json["root"] = readableBytes(record.root.string());
-    json["layout"] = record.layout == Layout::nested ? "nested" : "maildir++";
-    json["folders"] = Json::array();
-    for (const auto& folder : record.folders) {
-      json["folders"].push_back(
-          Json{{"path", readableBytes(folder.path)}, {"folder", readableBytes(folder.directory.string())}});
-    }
-  } else if (record.kind == JournalRecord::Kind::keywords) {
-    json["folder"] = readableBytes(record.to.folder.string());
-  } else if (record.kind == JournalRecord::Kind::plan) {
-    json["from"] = encodeFolder(record.from);
-    json["to"] = encodeFolder(record.to);
-    for (const auto& [sub, subfolder] : kSubfolders) json[sub] = Json::array();
-    for (const auto& file : record.files) {
-      json[file.subfolder == Subfolder::current ? "cur" : "new"].push_back(readableBytes(file.name));
-    }
-  } else {
-    json["from"] = encodePlace(record.from);
-    json["to"] = encodePlace(record.to);
-    json["before"] = encodeMarks(record.before);
-    json["after"] = encodeMarks(record.after);
-    if (!record.draft.empty()) json["draft"] = readableBytes(record.draft);
+  using Kind = JournalRecord::Kind;
+  Line line;
+  line.text("do", std::ranges::find(kKinds, record.kind, &std::pair<Kind, std::string_view>::first)->second);
+  switch (record.kind) {
+    case Kind::mailbox:
+      line.text("root", record.root.native());
+      line.text("layout", record.layout == Layout::nested ? "nested" : "maildir++");
+      line.objects("folders", record.folders, [](Line& one, const Folder& folder) {
+        one.text("path", folder.path);
+        one.text("folder", folder.directory.native());
+      });
+      break;
+    case Kind::keywords:
+      line.text("folder", record.to.folder.native());
+      break;
+    case Kind::plan:
+      line.object("from", [&](Line& from) { putFolder(from, record.from); });
+      line.object("to", [&](Line& to) { putFolder(to, record.to); });
+      for (const auto& [sub, subfolder] : kSubfolders) {
+        std::vector<std::string> names;
+        for (const auto& file : record.files) {
+          if (file.subfolder == subfolder) names.push_back(file.name);
+        }
+        line.texts(sub, names);
+      }
+      break;
+    case Kind::move:
+    case Kind::copy:
+    case Kind::marks:
+      line.object("from", [&](Line& from) { putPlace(from, record.from); });
+      line.object("to", [&](Line& to) { putPlace(to, record.to); });
+      line.object("before", [&](Line& marks) { putMarks(marks, record.before); });
+      line.object("after", [&](Line& marks) { putMarks(marks, record.after); });
+      if (!record.draft.empty()) line.text("draft", record.draft);
+      break;
   }
-  return writeJson(json) + "\n";
+  return std::move(line).end();
 }
 
 std::string encodeVoid(std::size_t number) {

@@ -99,7 +99,12 @@ Result<std::shared_ptr<FolderIndex>> MailStore::listed(const Folder& folder) {
   return scan(folder);
 }
 
-Result<LocatedMessage> MailStore::locate(const MessageKey& key, Lookup lookup) {
+Result<LocatedMessage> MailStore::locate(const MessageKey& key, Lookup lookup, const Folder* known) {
+  if (lookup == Lookup::remembered && known != nullptr) {
+    if (const auto index = remembered(known->directory)) {
+      if (const auto* file = index->find(key.id)) return LocatedMessage{*known, *file};
+    }
+  }
   const auto folder = mailbox(key.mailbox);
   if (!folder) return forward(folder);
   if (lookup == Lookup::remembered) {
@@ -156,14 +161,15 @@ Result<KeywordTable> MailStore::keywords(const Path& folder) {
   return table;
 }
 
-Result<Marks> MailStore::marks(const MessageKey& key) {
-  return withMessage(key, [&](const LocatedMessage& message) -> Result<Marks> {
+Result<Marks> MailStore::marks(const MessageKey& key, const Folder* known) {
+  const auto read = [&](const LocatedMessage& message) -> Result<Marks> {
     // The name may be remembered only: it counts when the file has it.
     if (auto there = environment_.files.info(message.path(), FollowLinks::no); !there) return forward(there);
     const auto table = keywords(message.folder.directory);
     if (!table) return forward(table);
     return Marks::read(MessageName::parse(message.file.name), *table);
-  });
+  };
+  return withMessage(key, read, known);
 }
 
 void MailStore::noteRename(const Path& folder, std::string_view id, MessageFile file) {

@@ -65,12 +65,15 @@ class MailStore {
   Result<std::shared_ptr<FolderIndex>> messages(const Folder& folder);
   // The same as it was listed last, with our own changes since.
   Result<std::shared_ptr<FolderIndex>> listed(const Folder& folder);
-  // Fails with messageNotFound or mailboxNotFound.
-  Result<LocatedMessage> locate(const MessageKey& key, Lookup lookup = Lookup::remembered);
+  // Fails with messageNotFound or mailboxNotFound. `known` is the mailbox as it was found a moment ago, for
+  // those who ask for many of its messages; a fresh look looks for it too.
+  Result<LocatedMessage> locate(const MessageKey& key, Lookup lookup = Lookup::remembered,
+                                const Folder* known = nullptr);
   // Runs `use` on the message's file, again after a fresh look as long as it fails with ENOENT because
   // somebody renames the file meanwhile.
   template <class Use>
-  auto withMessage(const MessageKey& key, Use&& use) -> decltype(use(std::declval<const LocatedMessage&>()));
+  auto withMessage(const MessageKey& key, Use&& use, const Folder* known = nullptr)
+      -> decltype(use(std::declval<const LocatedMessage&>()));
 
   // Where messages are that others have moved inside their account, by their ids; one that is in none of its
   // mailboxes is not in the result. Lists every mailbox of the account. Fails when an account cannot be read
@@ -79,7 +82,7 @@ class MailStore {
 
   // As of the folder's dovecot-keywords, which is read again when it changed.
   Result<KeywordTable> keywords(const Path& folder);
-  Result<Marks> marks(const MessageKey& key);
+  Result<Marks> marks(const MessageKey& key, const Folder* known = nullptr);
 
   // Tells the remembered listings of a change of our own.
   void noteRename(const Path& folder, std::string_view id, MessageFile file);
@@ -110,9 +113,9 @@ class MailStore {
 };
 
 template <class Use>
-auto MailStore::withMessage(const MessageKey& key, Use&& use)
+auto MailStore::withMessage(const MessageKey& key, Use&& use, const Folder* known)
     -> decltype(use(std::declval<const LocatedMessage&>())) {
-  auto located = locate(key);
+  auto located = locate(key, Lookup::remembered, known);
   for (int attempt = 0;; ++attempt) {
     if (!located) return std::unexpected(located.error());
     auto result = use(*located);

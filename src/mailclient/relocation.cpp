@@ -32,9 +32,7 @@ std::string Transaction::freshName(const FileInfo& info, const std::string& mode
 
 Result<MessageKey> Transaction::relocate(const MessageKey& key, const Folder& to,
                                          const MailboxKey& destination, const MarkChange& change, Mode mode) {
-  auto result = store_.withMessage(key, [&](const LocatedMessage& source) -> Result<MessageKey> {
-    const auto info = environment_.files.info(source.path());
-    if (!info) return forward(info);
+  const auto relocateOne = [&](const LocatedMessage& source) -> Result<MessageKey> {
     const auto table = store_.keywords(source.folder.directory);
     if (!table) return forward(table);
     const auto name = MessageName::parse(source.file.name);
@@ -52,7 +50,16 @@ Result<MessageKey> Transaction::relocate(const MessageKey& key, const Folder& to
       return forward(letters);
     }
     auto target = withMarks(name, step.record.after, *letters);
-    target.base = mode == Mode::copy ? freshName(*info, source.file.name) : withoutUid(name.base);
+    const auto renewName = [&]() -> Result<void> {
+      const auto info = environment_.files.info(source.path());
+      if (!info) return forward(info);
+      target.base = freshName(*info, source.file.name);
+      return {};
+    };
+    target.base = withoutUid(name.base);
+    if (mode == Mode::copy) {
+      if (auto renewed = renewName(); !renewed) return forward(renewed);
+    }
     step.record.to = {destination, to.directory, {target.fileName(), Subfolder::current}};
 
     Result<MessageFile> placed = fail(EEXIST, "");
@@ -60,7 +67,7 @@ Result<MessageKey> Transaction::relocate(const MessageKey& key, const Folder& to
       placed = place(source, step, mode);
       if (placed || placed.error().number != EEXIST) break;
       // Somebody else's message has this name: never onto it.
-      target.base = freshName(*info, source.file.name);
+      if (auto renewed = renewName(); !renewed) return forward(renewed);
       step.record.to.file.name = target.fileName();
     }
     if (!placed) {
@@ -87,8 +94,9 @@ Result<MessageKey> Transaction::relocate(const MessageKey& key, const Folder& to
     store_.noteRename(to.directory, moved.id, *placed);
     touched_.insert((to.directory / "cur").string());
     return moved;
-  });
-  return result;
+  };
+  const auto from = mailboxes_.find(key.mailbox);
+  return store_.withMessage(key, relocateOne, from == mailboxes_.end() ? nullptr : &from->second);
 }
 
 Result<MessageFile> Transaction::place(const LocatedMessage& source, Step& step, Mode mode) {

@@ -33,6 +33,20 @@ Result<JournalWriter*> Transaction::writer() {
   return writer_.get();
 }
 
+Result<const Folder*> Transaction::mailbox(const MailboxKey& key) {
+  const auto known = mailboxes_.find(key);
+  if (known != mailboxes_.end()) return &known->second;
+  auto folder = store_.mailbox(key);
+  if (!folder) return forward(folder);
+  return &(mailboxes_[key] = std::move(*folder));
+}
+
+Result<Marks> Transaction::storedMarks(const MessageKey& key) {
+  const auto folder = mailbox(key.mailbox);
+  if (!folder) return forward(folder);
+  return store_.marks(key, *folder);
+}
+
 Result<KeywordTable> Transaction::keywordsFor(const Path& folder, const std::vector<std::string>& names) {
   auto table = store_.keywords(folder);
   if (!table) return table;
@@ -130,7 +144,7 @@ Result<void> Transaction::announce(const JournalPlace& from, const JournalPlace&
 }
 
 Result<Marks> Transaction::marks(const MessageKey& key) {
-  auto marks = store_.marks(key);
+  auto marks = storedMarks(key);
   if (marks && pending_ && pending_->key == key) pending_->change.apply(*marks);
   return marks;
 }
@@ -197,12 +211,13 @@ Result<MessageKey> Transaction::move(const MessageKey& key, const MailboxKey& de
   if (pending_ && pending_->key != key) {
     if (auto done = flush(); !done) return forward(done);
   }
-  const auto to = store_.mailbox(destination);
-  if (!to) return std::unexpected(explain(to.error(), "moved", key));
-  const auto from = store_.mailbox(key.mailbox);
+  const auto found = mailbox(destination);
+  if (!found) return std::unexpected(explain(found.error(), "moved", key));
+  const auto* to = *found;
+  const auto from = mailbox(key.mailbox);
   if (!from) return std::unexpected(explain(from.error(), "moved", key));
-  if (from->directory == to->directory) {
-    if (auto there = store_.marks(key); !there) return std::unexpected(explain(there.error(), "moved", key));
+  if ((*from)->directory == to->directory) {
+    if (auto there = storedMarks(key); !there) return std::unexpected(explain(there.error(), "moved", key));
     ++filed_;
     return key;
   }
@@ -217,8 +232,9 @@ Result<MessageKey> Transaction::copy(const MessageKey& key, const MailboxKey& de
   if (pending_ && pending_->key != key) {
     if (auto done = flush(); !done) return forward(done);
   }
-  const auto to = store_.mailbox(destination);
-  if (!to) return std::unexpected(explain(to.error(), "copied", key));
+  const auto found = mailbox(destination);
+  if (!found) return std::unexpected(explain(found.error(), "copied", key));
+  const auto* to = *found;
   auto copied = relocate(key, *to, {destination.account, to->path}, takePending(key), Mode::copy);
   if (!copied) return std::unexpected(explain(copied.error(), "copied", key));
   ++filed_;

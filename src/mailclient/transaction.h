@@ -72,6 +72,9 @@ class Transaction {
   };
 
   Result<JournalWriter*> writer();
+  // As it was found when this transaction first asked; a folder that is gone since shows when it is used.
+  Result<const Folder*> mailbox(const MailboxKey& key);
+  Result<Marks> storedMarks(const MessageKey& key);
   // The folder's letters for all of these keywords.
   Result<KeywordTable> keywordsFor(const Path& folder, const std::vector<std::string>& names);
   Result<void> note(const JournalRecord& record);
@@ -95,6 +98,7 @@ class Transaction {
   std::unique_ptr<JournalWriter> writer_;
   std::vector<JournalRecord> waiting_;  // marks before the entry was begun
   std::optional<Pending> pending_;
+  std::map<MailboxKey, Folder> mailboxes_;
   std::map<MailboxKey, std::set<std::string>> expected_;  // ids
   // Ids that the journal on the disk knows of, by the folders from and to which they move.
   std::map<std::pair<std::string, std::string>, std::set<std::string>> announced_;

@@ -1,0 +1,46 @@
+// Two real processes that file the same selection at once.
+#include <string>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+#include "program.h"
+#include "store.h"
+
+namespace quillbox {
+namespace {
+
+TEST(TwoProcesses, FileTheSameSelectionAtOnceAndLoseNothing) {
+  Store store;
+  constexpr int count = 60;
+  store.fill("Work", count);
+  store.folder("Work", ".A");
+  store.folder("Work", ".B");
+  const auto quill = [&](std::vector<std::string> words) {
+    words.insert(words.begin(), {"--profile", store.profile().string()});
+    return runQuillboxctl(words);
+  };
+  ASSERT_EQ(quill({"mail", "add", "Work", (store.mail() / "Work").string()}).status, 0);
+  for (int round = 0; round < 3; ++round) {
+    ASSERT_EQ(quill({"select", "--mailbox", "Work/INBOX", "--all"}).status, 0);
+    Ended ended[2];
+    std::thread other([&] { ended[1] = quill({"file", "Work/B"}); });
+    ended[0] = quill({"file", "Work/A"});
+    other.join();
+    // Whoever comes second to a message says so, or finds it where the first has brought it.
+    for (const auto& one : ended) EXPECT_TRUE(one.status == 0 || !one.err.empty()) << one.out;
+    std::multiset<std::string> all;
+    for (const auto* folder : {"", ".A", ".B"}) {
+      for (const auto& name : store.messages("Work", folder)) all.insert(name.substr(0, name.find(":2,")));
+    }
+    EXPECT_EQ(all.size(), static_cast<std::size_t>(count)) << ended[0].err << ended[1].err;
+    EXPECT_EQ(std::set<std::string>(all.begin(), all.end()).size(), static_cast<std::size_t>(count));
+    // Both filings can be taken back.
+    while (quill({"undo"}).status == 0) {
+    }
+    EXPECT_EQ(store.messages("Work").size(), static_cast<std::size_t>(count));
+  }
+}
+
+}  // namespace
+}  // namespace quillbox
