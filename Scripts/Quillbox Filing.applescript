@@ -212,12 +212,17 @@ end getFrontmostMailWindowBounds
 -- Presses a key in Mail with the modifier keys command, option, control and shift.
 on sendKeyCodeToMail(keyCode, withCommand, withOption, withControl, withShift)
 	tell application "Mail" to activate
-	tell application "System Events"
-		set theModifiers to {}
-		if withCommand then set end of theModifiers to command down
-		if withOption then set end of theModifiers to option down
-		if withControl then set end of theModifiers to control down
-		if withShift then set end of theModifiers to shift down
-		key code keyCode using theModifiers
-	end tell
+	set theModifiers to {}
+	try
+		tell application "System Events"
+			if withCommand then set end of theModifiers to command down
+			if withOption then set end of theModifiers to option down
+			if withControl then set end of theModifiers to control down
+			if withShift then set end of theModifiers to shift down
+			key code keyCode using theModifiers
+		end tell
+	on error number errorNumber
+		-- One clause: the application shows what follows the last colon.
+		error "System Events could not press a key in Mail" number errorNumber
+	end try
 end sendKeyCodeToMail

@@ -190,7 +190,16 @@ Result<std::size_t> MailClient::selectKeys(std::vector<MessageKey> keys) {
   const auto count = keys.size();
   const auto changed = views_.change([&](ViewState& state) -> Result<void> {
     if (state.viewers.empty()) state.open();
-    state.front()->selected = std::move(keys);
+    Viewer& viewer = *state.front();
+    // What is selected is shown; the messages come from one mailbox.
+    if (!keys.empty()) {
+      const MailboxKey& mailbox = keys.front().mailbox;
+      const bool isShown = viewer.mailboxes.empty()
+                               ? mailbox.path == inboxName
+                               : std::ranges::find(viewer.mailboxes, mailbox) != viewer.mailboxes.end();
+      if (!isShown) viewer.mailboxes = {mailbox};
+    }
+    viewer.selected = std::move(keys);
     return {};
   });
   if (!changed) return forward(changed);
