@@ -5,18 +5,16 @@
 #include <vector>
 
 #include "automation/applescript_error.h"
-#include "model/mailbox.h"
+#include "model/mailbox_list.h"
 #include "platform/notification_center.h"
 
 namespace quillbox {
 
 // A mailbox list on its way to the mailbox manager.
 struct MailboxReloadPayload {
-  std::vector<Mailbox> mailboxes;  // in the order in which they were read
-  bool force = false;              // take the list even when it equals the one that is held
-  std::string reason;              // for the log
-
-  bool operator==(const MailboxReloadPayload&) const = default;
+  MailboxList mailboxes;  // in the order in which they were read
+  bool force = false;     // take the list even when it equals the one that is held
+  std::string reason;     // for the log
 };
 
 namespace notification {

@@ -1,5 +1,8 @@
 #include "mailboxes/compiled_query.h"
 
+#include <algorithm>
+#include <ranges>
+
 #include <unicode/regex.h>
 #include <unicode/unistr.h>
 
@@ -24,6 +27,11 @@ void dropLastCodePoint(std::string& text) {
   if (!text.empty()) text.pop_back();
 }
 
+// Control characters that are no part of the pattern.
+bool isDropped(char c) {
+  return static_cast<unsigned char>(c) < 32 && c != '\t' && c != '\r' && c != '\n';
+}
+
 // The runs of literal characters in the pattern of a folded query. A repeated character ("a{0}") need not
 // occur, so the one before a brace belongs to no run; what stands inside the braces is no text.
 std::vector<std::string> literalRuns(std::string_view folded) {
@@ -43,7 +51,7 @@ std::vector<std::string> literalRuns(std::string_view folded) {
       inBraces = true;
     } else if (c == ' ' || c == '$' || c == '}') {
       flush();
-    } else if (static_cast<unsigned char>(c) >= 32 || c == '\t' || c == '\r' || c == '\n') {
+    } else if (!isDropped(c)) {
       run += c;
     }
   }
@@ -58,8 +66,18 @@ std::string searchForm(std::string_view text, CaseMode mode) {
   return mode == CaseMode::insensitive ? text::foldCase(folded) : folded;
 }
 
-CompiledQuery::CompiledQuery(std::string_view query, CaseMode mode)
-    : pattern_(query, mode), needlesDecide_(pattern_.folded().find_first_of("${}") == std::string::npos) {
+CompiledQuery::CompiledQuery(std::string_view query, CaseMode mode) : pattern_(query, mode) {
+  const std::string_view folded = pattern_.folded();
+  const auto anchor = folded.find('$');
+  hasAnchor_ = anchor != std::string_view::npos;
+  needlesDecide_ = folded.find_first_of("{}") == std::string_view::npos;
+  if (hasAnchor_) {
+    const auto behind = folded.substr(anchor);
+    needlesDecide_ = needlesDecide_ && folded.size() <= kLongestQuery &&
+                     std::ranges::all_of(behind, [](char c) { return c == ' ' || c == '$' || isDropped(c); });
+    const auto before = std::ranges::find_if_not(folded.substr(0, anchor) | std::views::reverse, isDropped);
+    endsInNeedle_ = needlesDecide_ && before.base() != folded.begin() && *before != ' ';
+  }
   needles_ = literalRuns(pattern_.folded());
   for (auto& needle : needles_) {
     if (mode == CaseMode::insensitive) needle = text::foldCase(needle);

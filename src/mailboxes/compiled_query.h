@@ -27,14 +27,21 @@ class CompiledQuery {
   // without overlap, in its own search form.
   const std::vector<std::string>& needles() const { return needles_; }
   std::size_t needleBytes() const { return needleBytes_; }
-  // The query has none of $ { }: the needles decide (see index_search.cpp).
+  // The needles decide without the pattern (see pool_search.cpp): the query has no braces, and no $ or only
+  // such as stand at its end.
   bool needlesDecide() const { return needlesDecide_; }
+  // The query holds a $; how it meets line terminators is left to the pattern.
+  bool hasAnchor() const { return hasAnchor_; }
+  // Of a query that the needles decide: its last needle has to be the end of the text ("old$").
+  bool endsInNeedle() const { return endsInNeedle_; }
 
  private:
   QueryPattern pattern_;
   std::vector<std::string> needles_;
   std::size_t needleBytes_ = 0;
   bool needlesDecide_ = true;
+  bool hasAnchor_ = false;
+  bool endsInNeedle_ = false;
 };
 
 // The pattern as a regular expression at work on one text after another. Not for several threads at once.

@@ -1,5 +1,4 @@
-// Lists of mailboxes that are shared and never copied: the list as it was received, and rows that refer to
-// it.
+// Rows of mailboxes that refer to a shared list.
 #pragma once
 
 #include <algorithm>
@@ -12,31 +11,9 @@
 #include <utility>
 #include <vector>
 
-#include "model/mailbox.h"
+#include "model/mailbox_list.h"
 
 namespace quillbox {
-
-// An immutable list of mailboxes. Copies share it; any thread may read it.
-class MailboxList {
- public:
-  using Storage = std::vector<Mailbox>;
-
-  MailboxList() = default;
-  explicit MailboxList(Storage mailboxes) : storage_(std::make_shared<const Storage>(std::move(mailboxes))) {}
-  explicit MailboxList(std::shared_ptr<const Storage> storage) : storage_(std::move(storage)) {}
-
-  std::size_t size() const { return storage_ ? storage_->size() : 0; }
-  bool empty() const { return size() == 0; }
-  const Mailbox& operator[](std::size_t i) const { return (*storage_)[i]; }
-  const Mailbox* begin() const { return storage_ ? storage_->data() : nullptr; }
-  const Mailbox* end() const { return begin() + size(); }
-
-  // Whether both are the same list, not whether the lists hold equal mailboxes: that would take a walk.
-  bool operator==(const MailboxList& other) const = default;
-
- private:
-  std::shared_ptr<const Storage> storage_;
-};
 
 // Mailboxes in display order, as indices into a list. Cheap to copy, immutable, readable from any thread.
 class MailboxRows {

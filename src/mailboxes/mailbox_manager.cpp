@@ -30,7 +30,7 @@ MailboxManager::MailboxManager(const Services& services)
       forceReloadThrottle_(services.dispatch, kThrottle, ThrottleEdge::trailing,
                            [this](const std::string& reason) { (void)reload(reason, ReloadKind::forced); }),
       listThrottle_(services.dispatch, kThrottle, ThrottleEdge::leading,
-                    [this](const std::shared_ptr<const MailboxReloadPayload>& payload) { take(payload); }),
+                    [this](const MailboxReloadPayload& payload) { take(payload); }),
       queryDebounce_(services.dispatch, kPauseAfterTyping,
                      [this](const std::string& text) {
                        if (text == debouncedQuery.get()) return requestRun();
@@ -48,12 +48,13 @@ MailboxManager::MailboxManager(const Services& services)
   keep(center.observe<std::string>(notification::shouldForceReload, [this](const std::string& reason) {
     forceReloadThrottle_.receive(reason);
   }));
-  keep(center.observe<MailboxReloadPayload>(
-      notification::shouldReloadWithList, [this](const MailboxReloadPayload& payload) {
-        // The list is here, so its load has ended, even where it is taken only later.
-        services_.status.resetLoading();
-        listThrottle_.receive(std::make_shared<const MailboxReloadPayload>(payload));
-      }));
+  keep(center.observe<MailboxReloadPayload>(notification::shouldReloadWithList,
+                                            [this](const MailboxReloadPayload& payload) {
+                                              // The list is here, so its load has ended, even where it is
+                                              // taken only later.
+                                              services_.status.resetLoading();
+                                              listThrottle_.receive(payload);
+                                            }));
   keep(center.observe<NoObject>(notification::currentExamplesUpdated,
                                 [this](const NoObject&) { requestRun(); }));
   keep(services_.status.observeReset([this] {
@@ -145,23 +146,25 @@ bool MailboxManager::matchesQuery(const Mailbox* mailbox) const {
 
 // --- taking a list
 
-void MailboxManager::take(const std::shared_ptr<const MailboxReloadPayload>& payload) {
-  services_.log.debug("Reloading mailboxes with a list: " + payload->reason);
-  latestList_ = MailboxList(std::shared_ptr<const std::vector<Mailbox>>(payload, &payload->mailboxes));
-  mustRefilter_ = mustRefilter_ || payload->force;
+void MailboxManager::take(const MailboxReloadPayload& payload) {
+  services_.log.debug("Reloading mailboxes with a list: " + payload.reason);
+  latestList_ = payload.mailboxes;
+  mustRefilter_ = mustRefilter_ || payload.force;
   indexLatestList();
 }
 
 void MailboxManager::indexLatestList() {
   isIndexing_ = true;
   const auto mode = services_.settings.caseSensitive.get() ? CaseMode::sensitive : CaseMode::insensitive;
-  runner_.index({latestList_, sortOrder.get(), mode},
-                [this](const Result<IndexAnswer>& answer) { takeIndex(answer); });
+  runner_.index(
+      {latestList_, sortOrder.get(), mode},
+      [this, request = ++indexRequests_](const Result<IndexAnswer>& answer) { takeIndex(request, answer); });
 }
 
-void MailboxManager::takeIndex(const Result<IndexAnswer>& answer) {
-  isIndexing_ = false;
-  refreshing.set(false);
+void MailboxManager::takeIndex(std::uint64_t request, const Result<IndexAnswer>& answer) {
+  // An older list may be ready while a newer one is still at work.
+  isIndexing_ = request != indexRequests_;
+  if (!isIndexing_) refreshing.set(false);
   if (!answer) {
     services_.log.error("The mailbox list was not taken: " + answer.error().message);
     return tellWaiters();
@@ -169,7 +172,7 @@ void MailboxManager::takeIndex(const Result<IndexAnswer>& answer) {
   mailboxesHash_ = answer->hash;
   if (answer->isNew) {
     const auto before = std::exchange(index_, answer->index);
-    latestList_ = index_->list();
+    if (!isIndexing_) latestList_ = index_->list();
     if (index_->duplicates() > 0) {
       services_.log.debug("Mailboxes whose id was there before: " + std::to_string(index_->duplicates()));
     }
@@ -178,8 +181,8 @@ void MailboxManager::takeIndex(const Result<IndexAnswer>& answer) {
     publishMailboxes();
     runner_.dispose(std::make_pair(before, std::move(listBefore)));
     mustRefilter_ = true;
-  } else {
-    latestList_ = index_->list();
+  } else if (!isIndexing_) {
+    runner_.dispose(std::exchange(latestList_, index_->list()));
   }
   if (std::exchange(mustRefilter_, false)) return startRun();
   tellWaiters();

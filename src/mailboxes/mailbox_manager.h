@@ -117,9 +117,9 @@ class MailboxManager final : public MailboxDirectory {
  private:
   void observeSettings();
   void observeLists();
-  void take(const std::shared_ptr<const MailboxReloadPayload>& payload);
+  void take(const MailboxReloadPayload& payload);
   void indexLatestList();
-  void takeIndex(const Result<IndexAnswer>& answer);
+  void takeIndex(std::uint64_t request, const Result<IndexAnswer>& answer);
   void publishMailboxes();
   void requestRun();
   void startRun();
@@ -137,7 +137,8 @@ class MailboxManager final : public MailboxDirectory {
   std::shared_ptr<const SearchIndex> index_;
   std::uint64_t mailboxesHash_ = 0;
   MailboxList latestList_;  // received, perhaps not yet indexed
-  bool isIndexing_ = false;
+  std::uint64_t indexRequests_ = 0;
+  bool isIndexing_ = false;    // the newest request has no answer yet
   bool mustRefilter_ = false;  // although the list may turn out to be the same
   bool runWaits_ = false;      // for its turn on the main queue
   bool isRunning_ = false;
@@ -152,7 +153,7 @@ class MailboxManager final : public MailboxDirectory {
   std::shared_ptr<char> alive_ = std::make_shared<char>();
   Throttle<std::string> reloadThrottle_;
   Throttle<std::string> forceReloadThrottle_;
-  Throttle<std::shared_ptr<const MailboxReloadPayload>> listThrottle_;
+  Throttle<MailboxReloadPayload> listThrottle_;
   Debounce<std::string> queryDebounce_;
   FilterRunner runner_;  // last: waits for its queue before the rest goes
 };

@@ -42,17 +42,15 @@ void MailboxManager::reloadMailboxes() {
 }
 
 void MailboxManager::handleMailboxesReload(std::string_view reason, ReloadKind kind) {
-  const auto& held = allMailboxes.get();
   services_.notifications.post(notification::shouldReloadWithList,
-                               {.mailboxes = {held.begin(), held.end()},
+                               {.mailboxes = allMailboxes.get(),
                                 .force = kind == ReloadKind::forced,
                                 .reason = "handleMailboxesReload " + std::string(reason)});
 }
 
 void MailboxManager::updateTheMailboxList(std::string_view reason) {
-  const auto& held = allMailboxes.get();
   services_.notifications.post(notification::shouldReloadWithList,
-                               {.mailboxes = {held.begin(), held.end()},
+                               {.mailboxes = allMailboxes.get(),
                                 .force = true,
                                 .reason = "updateTheMailboxList: " + std::string(reason)});
 }

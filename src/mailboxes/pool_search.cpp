@@ -17,8 +17,11 @@
 // foldings of two characters to another such boundary. Where no character of the text folds to several, every
 // offset at which the bytes are equal is such a boundary. The dot stops at line terminators: where a text
 // holds one, a run has to cover it, and the leftmost occurrence is no longer as good as any other. All
-// occurrences are followed there (matchesAcrossLines). A query with $ { or } is left to ICU; the runs that
-// such a pattern requires in any case still have to occur, so that ICU only sees texts that hold them.
+// occurrences are followed there (matchesAcrossLines). A $ is the end of a text without line terminators: at
+// the end of the query it wants the run before it to end there, and the other runs to occur in order in what
+// is before that. Every other query with $ { or } is left to ICU, and so are texts with line terminators
+// under a $; the runs that such a pattern requires in any case still have to occur, so that ICU only sees
+// texts that hold them.
 //
 // What is remembered between searches is the set of texts that hold the runs in order, boundaries or not: it
 // only shrinks when runs grow. The set of true matches can grow: "stras" does not match "straße", "strass"
@@ -27,6 +30,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <span>
 
 #include "base/text.h"
 
@@ -137,32 +141,31 @@ class PoolSearch::Walk {
   bool hasLast_ = false;
 };
 
-bool PoolSearch::holdsNeedles(std::string_view text) const {
-  if (text.size() < query_.needleBytes()) return false;
+bool PoolSearch::occurInOrder(std::span<const Needle> needles, std::string_view text,
+                              Boundaries boundaries) const {
   const char* at = text.data();
   const char* const end = at + text.size();
-  for (const auto& needle : needles_) {
-    at = findLiteral(at, end, needle.bytes, needle.rareAt);
-    if (at == nullptr) return false;
-    at += needle.bytes.size();
-  }
-  return true;
-}
-
-bool PoolSearch::holdsNeedlesAtBoundaries(std::string_view text) const {
-  const char* at = text.data();
-  const char* const end = at + text.size();
-  for (const auto& needle : needles_) {
+  const auto isInside = [&](const char* place) {
+    return boundaries == Boundaries::ofCharacters && place < end && pool_.isInsideExpansion(place);
+  };
+  for (const auto& needle : needles) {
     const char* found = findLiteral(at, end, needle.bytes, needle.rareAt);
-    while (found != nullptr &&
-           (pool_.isInsideExpansion(found) ||
-            (found + needle.bytes.size() < end && pool_.isInsideExpansion(found + needle.bytes.size())))) {
+    while (found != nullptr && (isInside(found) || isInside(found + needle.bytes.size()))) {
       found = findLiteral(found + 1, end, needle.bytes, needle.rareAt);
     }
     if (found == nullptr) return false;
     at = found + needle.bytes.size();
   }
   return true;
+}
+
+bool PoolSearch::endsInLastNeedle(std::string_view text, Boundaries boundaries) const {
+  const std::string_view last = needles_.back().bytes;
+  if (!text.ends_with(last)) return false;
+  text.remove_suffix(last.size());
+  if (boundaries == Boundaries::ofCharacters && pool_.isInsideExpansion(text.data() + text.size()))
+    return false;
+  return occurInOrder(std::span(needles_).first(needles_.size() - 1), text, boundaries);
 }
 
 bool PoolSearch::matchesAcrossLines(std::string_view text) const {
@@ -214,13 +217,17 @@ bool PoolSearch::isRealMatch(std::uint32_t i) {
   if (!query_.needlesDecide()) return matchesPattern(i);
   const std::string_view text = pool_.text(i);
   const bool terminated = (pool_.withLineTerminator()[i / 64] >> (i % 64) & 1U) != 0;
-  if (terminated) return matchesAcrossLines(text);
-  return !maySplitExpansion_ || !pool_.hasExpansion(i) || holdsNeedlesAtBoundaries(text);
+  if (terminated) return query_.hasAnchor() ? matchesPattern(i) : matchesAcrossLines(text);
+  const bool maySplit = maySplitExpansion_ && pool_.hasExpansion(i);
+  const auto boundaries = maySplit ? Boundaries::ofCharacters : Boundaries::any;
+  if (query_.endsInNeedle()) return endsInLastNeedle(text, boundaries);
+  return !maySplit || occurInOrder(needles_, text, boundaries);
 }
 
 bool PoolSearch::matches(std::uint32_t i) {
   if (query_.matchesEverything()) return true;
-  return !hasFailed() && holdsNeedles(pool_.text(i)) && isRealMatch(i);
+  if (hasFailed() || pool_.text(i).size() < query_.needleBytes()) return false;
+  return occurInOrder(needles_, pool_.text(i), Boundaries::any) && isRealMatch(i);
 }
 
 bool PoolSearch::findHolders(const HitSet* among, const Admit& admit, const std::atomic<bool>& cancelled,
@@ -265,7 +272,8 @@ bool PoolSearch::keepMatches(HitSet& holders, const std::atomic<bool>& cancelled
   const auto& expanded = pool_.withExpansion();
   for (std::size_t w = 0; w < holders.words().size(); ++w) {
     std::uint64_t doubtful = holders.words()[w];
-    if (query_.needlesDecide()) doubtful &= terminated[w] | (maySplitExpansion_ ? expanded[w] : 0);
+    if (query_.needlesDecide() && !query_.endsInNeedle())
+      doubtful &= terminated[w] | (maySplitExpansion_ ? expanded[w] : 0);
     if (doubtful != 0 && cancelled.load(std::memory_order_relaxed)) return false;
     for (; doubtful != 0; doubtful &= doubtful - 1) {
       const auto i =

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <span>
 #include <string_view>
 #include <vector>
 
@@ -72,8 +73,13 @@ class PoolSearch {
   };
   class Walk;
 
-  bool holdsNeedles(std::string_view text) const;
-  bool holdsNeedlesAtBoundaries(std::string_view text) const;
+  // Where a needle may begin and end: anywhere, or not inside of a character that folding made longer.
+  enum class Boundaries { any, ofCharacters };
+
+  // The needles occur in the text, which is one of the pool or begins one, in their order.
+  bool occurInOrder(std::span<const Needle> needles, std::string_view text, Boundaries boundaries) const;
+  // The same, and the last of them is the text's end. There is a needle.
+  bool endsInLastNeedle(std::string_view text, Boundaries boundaries) const;
   bool matchesAcrossLines(std::string_view text) const;
   bool isRealMatch(std::uint32_t i);
   bool matchesPattern(std::uint32_t i);

@@ -186,6 +186,7 @@ Composition::Composition(const Outside& outside, Profile profileFolders, Resourc
                 random,
                 localizer,
                 log,
+                dispatch,
                 [this]() -> std::optional<Mailbox> {
                   const auto* selected = mailboxes.selectedMailbox();
                   return selected != nullptr ? std::optional(*selected) : std::nullopt;

@@ -6,7 +6,8 @@
 namespace quillbox::scripting {
 namespace {
 
-// All or nothing: a list that is not complete fails with -1700 and ends the load.
+// All or nothing: a list that is not complete fails with -1700 and ends the load. A list may be long, so it
+// is read off the main queue.
 class UpdateMailboxes : public ScriptCommand {
  public:
   using Reader = std::optional<std::vector<Mailbox>> (*)(const Descriptor&);
@@ -14,20 +15,28 @@ class UpdateMailboxes : public ScriptCommand {
       : services_(services), name_(name), read_(read) {}
 
   void performDefaultImplementation(const Reply& reply) override {
-    const auto* list = directParameter();
-    auto mailboxes = list != nullptr ? read_(*list) : std::nullopt;
+    services_.dispatch.background(
+        QualityOfService::userInitiated,
+        [this, reply, dispatch = &services_.dispatch, list = takeDirectParameter()] {
+          auto mailboxes = read_(list);
+          dispatch->main([this, reply,
+                          delivered = mailboxes ? std::optional<MailboxList>(std::move(*mailboxes))
+                                                : std::nullopt] { deliver(delivered, reply); });
+        });
+  }
+
+ private:
+  void deliver(const std::optional<MailboxList>& mailboxes, const Reply& reply) const {
     if (!mailboxes) {
       services_.log.error(std::string(name_) + ": the delivered mailbox list is incomplete");
       services_.status.resetLoading();
       return reply(
           fail(error_number::incompletePayload, services_.localizer.text("LN_mailbox_reload_incomplete")));
     }
-    services_.notifications.post(notification::shouldReloadWithList,
-                                 MailboxReloadPayload{std::move(*mailboxes), true, name_});
+    services_.notifications.post(notification::shouldReloadWithList, {*mailboxes, true, name_});
     reply(Descriptor::boolean(true));
   }
 
- private:
   const ScriptingServices& services_;
   const char* name_;
   Reader read_;

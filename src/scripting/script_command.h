@@ -20,6 +20,7 @@
 #include "filing/filing_pipeline.h"
 #include "platform/clock.h"
 #include "platform/descriptor.h"
+#include "platform/dispatch.h"
 #include "platform/resource_bundle.h"
 #include "platform/sound_player.h"
 #include "settings/user_settings.h"
@@ -39,6 +40,7 @@ struct ScriptingServices {
   RandomSource& random;
   const Localizer& localizer;
   Log& log;
+  Dispatch& dispatch;
   // The mailbox that is selected in the main window's list.
   std::function<std::optional<Mailbox>()> selectedMailbox;
 };
@@ -65,6 +67,13 @@ class ScriptCommand {
     return nullptr;
   }
   const Descriptor* directParameter() const { return argument(""); }
+  // The direct parameter itself, for a command that takes it to another queue; null when there is none.
+  Descriptor takeDirectParameter() {
+    for (auto& [name, value] : arguments_) {
+      if (name.empty()) return std::move(value);
+    }
+    return {};
+  }
 
  private:
   Arguments arguments_;

@@ -77,6 +77,21 @@ TEST_F(MailboxManagerTest, AListThatArrivesWhileAFilterRunsWins) {
   EXPECT_EQ(manager->selectedMailboxId.get(), "W/gamma");
 }
 
+// A list is indexed while a newer one waits for its turn; then the criteria change.
+TEST_F(MailboxManagerTest, AnOlderListThatIsReadyLaterDoesNotReplaceTheNewest) {
+  notifications.post(notification::shouldReloadWithList, {boxes({"W/old"}), true, "test"});
+  dispatch.runBackground();
+  notifications.post(notification::shouldReloadWithList, {boxes({"W/new"}), true, "test"});
+  bool settled = false;
+  manager->whenSettled([&] { settled = true; });
+  dispatch.runMain();
+  EXPECT_FALSE(settled);
+  manager->sortOrder.set({{MailboxSortPathAppEnum::mailbox, SortOrder::reverse}});
+  dispatch.runUntilIdle();
+  EXPECT_TRUE(settled);
+  EXPECT_EQ(idsOf(manager->filteredMailboxes.get()), Ids{"W/new"});
+}
+
 TEST_F(MailboxManagerTest, ASelectionMovedDuringTheRunStays) {
   deliver({"W/a1", "W/a2", "W/a3"});
   manager->search("a");

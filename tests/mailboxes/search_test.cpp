@@ -68,6 +68,21 @@ TEST(Search, TheRuleByExample) {
       {"ss\n", "ß\n", true, false},
       {"old$", "mail/old", true, true},
       {"old$", "old/mail", false, false},
+      {"ma old$", "mail/older/old", true, true},
+      {"old old$", "mail/old", false, false},
+      {"d$ ", "old", true, true},
+      {"d$$ $", "old", true, true},
+      {"d\x01$\x02", "old", true, true},
+      {"l $", "old", true, true},
+      {" $", "old", true, true},
+      {"$", "", true, true},
+      {"$d", "old", false, false},
+      {"$\n", "old\n", true, true},
+      {"d$", "old\n", false, false},
+      {"d$\n", "old\n", true, true},
+      {"ss$", "ß", true, false},
+      {"s$", "ß", false, false},
+      {"ß$", "mASS", true, false},
       {"o{2}k", "books", true, true},
       {"o{2}k", "boks", false, false},
       {"s{2}", "ß", false, false},
@@ -144,6 +159,7 @@ std::size_t compareOneList() {
     const int how = *rc::gen::inRange(0, 6);
     if (how == 0) query = *genQuery();
     if (how == 1 && !mailboxes.empty()) query = queryWithin((*rc::gen::elementOf(mailboxes)).path);
+    if (how == 1 && *rc::gen::inRange(0, 3) == 0) query += '$';
     if (how == 2) query.resize(*rc::gen::inRange<std::size_t>(0, query.size() + 1));
     if (how >= 3) query += *genQuery();
     const auto scopeNames =

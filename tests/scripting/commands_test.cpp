@@ -93,19 +93,9 @@ class Scripting : public testing::Test {
   MailboxRetrieval retrieval_{{helper_, resources_, workspace_, notifications_, status_, log_}};
   FilingPipeline filing_{{settings_, helper_, dispatch_, notifications_, localizer_, log_, surroundings_}};
   std::optional<Mailbox> selected_;
-  ScriptingServices services_{settings_,
-                              status_,
-                              notifications_,
-                              helper_,
-                              retrieval_,
-                              accounts_,
-                              filing_,
-                              resources_,
-                              sounds_,
-                              random_,
-                              localizer_,
-                              log_,
-                              [this] { return selected_; }};
+  ScriptingServices services_{
+      settings_,  status_, notifications_, helper_,    retrieval_, accounts_, filing_,
+      resources_, sounds_, random_,        localizer_, log_,       dispatch_, [this] { return selected_; }};
   std::vector<MailboxReloadPayload> payloads_;
   Subscription lists_;
 };
@@ -138,9 +128,12 @@ TEST_F(Scripting, DeliveredListsArePostedWholeOrNotAtAll) {
     const auto reply = perform(row.className, row.arguments);
     if (row.accepted) {
       EXPECT_EQ(reply, Descriptor::boolean(true));
-      EXPECT_EQ(
-          payloads_,
-          (std::vector<MailboxReloadPayload>{{{Mailbox::make("B", "A/B", "Work")}, true, row.className}}));
+      ASSERT_EQ(payloads_.size(), 1U);
+      const auto& [mailboxes, force, reason] = payloads_[0];
+      ASSERT_EQ(mailboxes.size(), 1U);
+      EXPECT_EQ(mailboxes[0], Mailbox::make("B", "A/B", "Work"));
+      EXPECT_TRUE(force);
+      EXPECT_EQ(reason, row.className);
     } else {
       ASSERT_FALSE(reply.has_value());
       EXPECT_EQ(reply.error(), (Error{-1700, "LN_mailbox_reload_incomplete"}));
