@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <limits>
 #include <numeric>
 
 #include "suggestions/features.h"
@@ -128,9 +129,10 @@ std::vector<Prediction> ModelSnapshot::rank(std::span<const TrainingExample> exa
   }
   if (labels.empty()) return {};
 
-  const Sum best = scores[*std::ranges::max_element(labels, [&](std::uint32_t a, std::uint32_t b) {
+  const auto isLower = [&](std::uint32_t a, std::uint32_t b) {
     return std::pair(scores[a].high, scores[a].low) < std::pair(scores[b].high, scores[b].low);
-  })];
+  };
+  const Sum best = scores[*std::ranges::max_element(labels, isLower)];
   std::vector<double> probabilities(scores.size());
   double sum = 0;
   for (const std::uint32_t label : labels) {
@@ -143,7 +145,12 @@ std::vector<Prediction> ModelSnapshot::rank(std::span<const TrainingExample> exa
   const std::size_t kept = std::min(limit, labels.size());
   std::ranges::partial_sort(
       labels, labels.begin() + static_cast<std::ptrdiff_t>(kept), [&](std::uint32_t a, std::uint32_t b) {
-        return probabilities[a] != probabilities[b] ? probabilities[a] > probabilities[b] : a < b;
+        if (probabilities[a] != probabilities[b]) return probabilities[a] > probabilities[b];
+        // Where both have vanished, the scores still tell them apart.
+        if (probabilities[a] < std::numeric_limits<double>::min() && isLower(a, b) != isLower(b, a)) {
+          return isLower(b, a);
+        }
+        return a < b;
       });
   std::vector<Prediction> predictions;
   predictions.reserve(kept);

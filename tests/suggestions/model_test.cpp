@@ -152,6 +152,25 @@ TEST(Model, GivesTheFormulasProbabilitiesOverRandomModels) {
   });
 }
 
+// A long subject tells mailboxes apart by more than a double can show: what is left of the others is 0, but
+// their order stays.
+TEST(Model, ProbabilitiesMayVanish) {
+  SuggestionModel model;
+  PlainModel plain;
+  std::vector<TrainingExample> examples{received("a b c d e f", "x@a.org", "Wordy"),
+                                        received("", "x@a.org", "Brief")};
+  for (int i = 0; i < 20; ++i) examples.push_back(received("plan plan plan", "y@a.org", "Plans"));
+  model.train(examples);
+  for (const auto& example : examples) plain.train(example);
+  std::string subject;
+  for (int i = 0; i < 2000; ++i) subject += "plan ";
+  const std::vector<TrainingExample> messages{received(subject, "y@a.org")};
+  const auto ranked = model.snapshot().rank(messages, 3);
+  EXPECT_EQ(ranked[1].probability, 0);
+  EXPECT_EQ(ranked[1].mailbox.path, "Brief");  // though it was learnt after "Wordy"
+  EXPECT_NO_THROW(expectLikePlain(model, plain, messages));
+}
+
 TEST(Model, IsExactWhereScoresAreLargeAndCountsGoBeyondTheTable) {
   SuggestionModel model;
   PlainModel plain;
