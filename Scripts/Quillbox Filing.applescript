@@ -9,6 +9,27 @@ end versionNumber
 
 -- Files the selected messages into a mailbox. Gives their number.
 on processMessages(parameters)
+	try
+		return fileSelection(parameters)
+	on error errorMessage number errorNumber
+		-- The application shows what follows the last colon. Of something that is missing that is its name; everything else
+		-- is to be shown whole.
+		if errorNumber is not -1728 then set errorMessage to withoutColons(errorMessage)
+		error errorMessage number errorNumber
+	end try
+end processMessages
+
+on withoutColons(theText)
+	set oldDelimiters to AppleScript's text item delimiters
+	set AppleScript's text item delimiters to ":"
+	set theParts to text items of theText
+	set AppleScript's text item delimiters to "∶"
+	set theText to theParts as text
+	set AppleScript's text item delimiters to oldDelimiters
+	return theText
+end withoutColons
+
+on fileSelection(parameters)
 	set {mailboxPath, accountName, shouldMove, keepOpen} to parameters
 	tell application "Quillbox 4"
 		set labelWord to label filed messages
@@ -55,7 +76,7 @@ on processMessages(parameters)
 	if playsSound then tell application "Quillbox 4" to play filing sound
 	if keepOpen then tell application "Quillbox 4" to activate
 	return messageCount
-end processMessages
+end fileSelection
 
 on destinationMailbox(mailboxPath, accountName)
 	tell application "Mail"

@@ -273,6 +273,27 @@ TEST_F(Routes, FailuresLeaveNoTraceAndReachTheAlert) {
   EXPECT_EQ(file(archive_, FilingAction::move).error->number, -1404);
 }
 
+TEST_F(Routes, AFolderThatCannotBeWrittenIsNamedAndNothingIsFiled) {
+  // Drafts cannot be made where a file lies, whoever runs the test.
+  const auto drafts = store_.mail() / "Work" / ".Archive" / "tmp";
+  std::filesystem::remove(drafts);
+  std::ofstream(drafts) << "x";
+  ASSERT_TRUE(all_->settings.useLogging.set(true));
+  ASSERT_TRUE(all_->mail.selectAll("Work", "INBOX"));
+  const auto before = store_.snapshot();
+  for (const Route route : {Route::inlineText, Route::filingScript}) {
+    use(route);
+    const auto outcome = file(archive_, FilingAction::copy);
+    ASSERT_EQ(outcome.kind, TransferOutcome::Kind::failed);
+    EXPECT_EQ(posted_, std::vector{*outcome.error});
+    for (const char* part : {"could not be copied", drafts.c_str(), "no message was filed before it"})
+      EXPECT_NE(outcome.error->message.find(part), std::string::npos) << outcome.error->message;
+    EXPECT_EQ(store_.snapshot(), before);
+  }
+  EXPECT_EQ(all_->settings.filedCount.get(), 0);
+  EXPECT_EQ(filingLog(), "");
+}
+
 // Whatever a name holds, it stays inside its quotes: the mailbox is not found, and nothing else happens.
 TEST_F(Routes, NamesCannotBreakOutOfTheScripts) {
   const std::string names[] = {"\"",
