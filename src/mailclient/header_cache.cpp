@@ -131,21 +131,56 @@ HeaderCache::FolderHeaders& HeaderCache::open(const Path& folder) {
   return folders_.front();
 }
 
+const std::size_t* HeaderCache::Offsets::find(std::uint64_t id) const {
+  if (const auto latest = latest_.find(id); latest != latest_.end()) return &latest->second;
+  const auto place = std::ranges::lower_bound(sorted_, id, {}, &std::pair<std::uint64_t, std::size_t>::first);
+  return place != sorted_.end() && place->first == id ? &place->second : nullptr;
+}
+
+void HeaderCache::Offsets::set(std::uint64_t id, std::size_t offset) {
+  latest_[id] = offset;
+  if (latest_.size() > 1024 + sorted_.size() / 4) pack();
+}
+
+void HeaderCache::Offsets::pack() {
+  if (latest_.empty()) return;
+  std::erase_if(sorted_, [&](const auto& entry) { return latest_.contains(entry.first); });
+  sorted_.insert(sorted_.end(), latest_.begin(), latest_.end());
+  latest_.clear();
+  std::ranges::sort(sorted_);
+  sorted_.shrink_to_fit();
+}
+
 void HeaderCache::load(FolderHeaders& headers) {
   headers.loaded = true;
-  const auto bytes = environment_.files.read(fileOf(headers.folder), kLargest);
-  if (!bytes || !bytes->starts_with(kMagic)) return;
-  Input in(std::string_view(*bytes).substr(kMagic.size()));
+  const auto file = fileOf(headers.folder);
+  const auto bytes = environment_.files.read(file, kLargest);
+  if (!bytes || take(headers, *bytes)) return;
+  if (const auto aside = keepDamagedFileAside(environment_.files, file)) {
+    environment_.log.error(fmt::format(
+        "A cache of headers could not be read and was kept as {}; it is made anew", aside->string()));
+  }
+}
+
+bool HeaderCache::take(FolderHeaders& headers, std::string_view bytes) {
+  if (!bytes.starts_with(kMagic)) return false;
+  Input in(bytes.substr(kMagic.size()));
   const auto checksum = in.number<std::uint64_t>();
-  const auto rest = std::string_view(*bytes).substr(bytes->size() - in.left());
-  if (!in.good() || checksumOf(rest) != checksum || in.text() != headers.folder) return;
+  const auto rest = bytes.substr(bytes.size() - in.left());
+  if (!in.good() || checksumOf(rest) != checksum) return false;
+  // Two folders may share a file's name; the one that wrote it last has it.
+  if (in.text() != headers.folder) return true;
+  headers.entries.reserve(headers.entries.size() + rest.size());
   while (in.good() && !in.atEnd()) {
     const auto id = in.number<std::uint64_t>();
     const auto entry = in.text();
-    if (!in.good() || headers.offsets.contains(id)) continue;
-    headers.offsets.emplace(id, headers.entries.size());
+    if (!in.good()) return false;
+    if (headers.offsets.find(id) != nullptr) continue;
+    headers.offsets.set(id, headers.entries.size());
     putText(headers.entries, entry);
   }
+  headers.offsets.pack();
+  return true;
 }
 
 void HeaderCache::expect(const Path& folder, std::size_t count) {
@@ -156,8 +191,8 @@ void HeaderCache::expect(const Path& folder, std::size_t count) {
 Result<CachedHeaders> HeaderCache::get(const Path& folder, const MessageFile& file) {
   auto& headers = open(folder);
   const auto id = hashOf(stableId(file.name));
-  if (const auto known = headers.offsets.find(id); known != headers.offsets.end()) {
-    Input in(std::string_view(headers.entries).substr(known->second));
+  if (const auto* known = headers.offsets.find(id)) {
+    Input in(std::string_view(headers.entries).substr(*known));
     if (auto decoded = decode(in.text())) return *decoded;
   }
   const auto path = file.path(folder);
@@ -169,7 +204,7 @@ Result<CachedHeaders> HeaderCache::get(const Path& folder, const MessageFile& fi
   read.summary = summarize(*block);
   read.received = std::chrono::floor<std::chrono::seconds>(info->modified).count();
   read.size = info->size;
-  headers.offsets[id] = headers.entries.size();
+  headers.offsets.set(id, headers.entries.size());
   putText(headers.entries, encode(read));
   ++headers.unsaved;
   return read;
@@ -196,9 +231,9 @@ void HeaderCache::save(const Path& folder, const FolderIndex& index) {
   putText(rest, headers.folder);
   for (const auto& file : index.files()) {
     const auto id = hashOf(stableId(file.name));
-    const auto known = headers.offsets.find(id);
-    if (known == headers.offsets.end()) continue;
-    Input in(std::string_view(headers.entries).substr(known->second));
+    const auto* known = headers.offsets.find(id);
+    if (known == nullptr) continue;
+    Input in(std::string_view(headers.entries).substr(*known));
     put(rest, id);
     putText(rest, in.text());
   }
@@ -206,6 +241,8 @@ void HeaderCache::save(const Path& folder, const FolderIndex& index) {
   put(bytes, checksumOf(rest));
   bytes += rest;
   headers.unsaved = 0;
+  headers.offsets.pack();
+  headers.entries.shrink_to_fit();
   auto written = makeDirectories(environment_.files, environment_.directory / "cache", 0700);
   if (written) {
     // Whoever writes now knows no less.

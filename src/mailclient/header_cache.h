@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
+#include <vector>
 
 #include "base/result.h"
 #include "mailclient/environment.h"
@@ -23,7 +25,8 @@ struct CachedHeaders {
 };
 
 // In memory for the folders last used, and on disk in one file for each folder, mail/cache/NAME: it may be
-// deleted at any time, and one that does not decode is made anew. Used under the lock of MailClient.
+// deleted at any time; one that does not decode is kept aside, logged and made anew. Used under the lock of
+// MailClient.
 class HeaderCache {
  public:
   explicit HeaderCache(const Environment& environment) : environment_(environment) {}
@@ -43,12 +46,24 @@ class HeaderCache {
   static constexpr std::size_t kFolders = 8;
   static constexpr std::size_t kMany = 128;
 
-  // Entries are encoded one behind the other, and found by a 64-bit hash of the message's stable id: some 30
+  // Where the entries of messages begin, by a hash of their ids: 16 bytes each, but for the latest.
+  class Offsets {
+   public:
+    const std::size_t* find(std::uint64_t id) const;
+    void set(std::uint64_t id, std::size_t offset);
+    void pack();
+
+   private:
+    std::vector<std::pair<std::uint64_t, std::size_t>> sorted_;
+    std::unordered_map<std::uint64_t, std::size_t> latest_;
+  };
+
+  // Entries are encoded one behind the other, and found by a 64-bit hash of the message's stable id: some 50
   // bytes a message beside its headers.
   struct FolderHeaders {
     std::string folder;
     std::string entries;
-    std::unordered_map<std::uint64_t, std::size_t> offsets;
+    Offsets offsets;
     std::size_t unsaved = 0;
     bool loaded = false;
   };
@@ -56,6 +71,8 @@ class HeaderCache {
   FolderHeaders& open(const Path& folder);
   Path fileOf(std::string_view folder) const;
   void load(FolderHeaders& headers);
+  // Adds what is in the bytes of a cache file; false when it is no whole one of this version.
+  static bool take(FolderHeaders& headers, std::string_view bytes);
 
   const Environment& environment_;
   std::list<FolderHeaders> folders_;  // last used first

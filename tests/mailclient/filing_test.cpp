@@ -373,6 +373,7 @@ TEST_F(FilingTest, TheHeaderCacheMayBeDeletedOrDamagedAtAnyTime) {
     for (const auto& row : rows) list.push_back(row.id + row.subject + row.sender + row.date + row.messageId);
     return list;
   };
+  std::size_t said = log.lines(LogLevel::error).size();
   for (std::size_t cut = 0; cut < good.size(); cut += good.size() / 23) {
     auto damaged = good;
     damaged[cut] = static_cast<char>(damaged[cut] ^ 0x20);
@@ -380,6 +381,12 @@ TEST_F(FilingTest, TheHeaderCacheMayBeDeletedOrDamagedAtAnyTime) {
       disk.put(caches[0], bytes);
       restart();
       EXPECT_EQ(subjects(*client().messages("A", "INBOX")), subjects(first));
+      EXPECT_EQ(disk.bytes(caches[0]), good) << "made anew";
+      // Kept aside and said, once.
+      const Path aside = caches[0] + ".damaged";
+      EXPECT_EQ(disk.bytes(aside), bytes);
+      EXPECT_EQ(log.lines(LogLevel::error).size(), ++said);
+      ASSERT_TRUE(disk.remove(aside));
     }
   }
   // With the cache no message is opened.
