@@ -20,7 +20,11 @@ struct MessageFile {
   Subfolder subfolder = Subfolder::current;
 
   Path path(const Path& folder) const {
-    return folder / (subfolder == Subfolder::current ? "cur" : "new") / name;
+    return Path(folder.native() + (subfolder == Subfolder::current ? "/cur/" : "/new/") + name);
+  }
+  // cur/ or new/ itself.
+  std::string directory(const Path& folder) const {
+    return folder.native() + (subfolder == Subfolder::current ? "/cur" : "/new");
   }
   bool operator==(const MessageFile&) const = default;
 };

@@ -77,11 +77,19 @@ class Line {
   }
   void quote(std::string_view utf8) {
     out_ += '"';
-    for (const char c : utf8) {
+    for (std::size_t at = 0; at < utf8.size(); ++at) {
+      const auto plain = std::ranges::find_if(utf8.substr(at), [](char c) {
+        return static_cast<unsigned char>(c) < 0x20 || c == '"' || c == '\\';
+      });
+      const auto length = static_cast<std::size_t>(plain - utf8.substr(at).begin());
+      out_ += utf8.substr(at, length);
+      at += length;
+      if (at == utf8.size()) break;
+      const char c = utf8[at];
       if (static_cast<unsigned char>(c) < 0x20) {
         out_ += fmt::format("\\u{:04x}", static_cast<unsigned>(c));
       } else {
-        if (c == '"' || c == '\\') out_ += '\\';
+        out_ += '\\';
         out_ += c;
       }
     }

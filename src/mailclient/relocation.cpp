@@ -33,13 +33,13 @@ std::string Transaction::freshName(const FileInfo& info, const std::string& mode
 Result<MessageKey> Transaction::relocate(const MessageKey& key, const Folder& to,
                                          const MailboxKey& destination, const MarkChange& change, Mode mode) {
   const auto relocateOne = [&](const LocatedMessage& source) -> Result<MessageKey> {
-    const auto table = store_.keywords(source.folder.directory);
-    if (!table) return forward(table);
     const auto name = MessageName::parse(source.file.name);
+    const auto table = sourceKeywords(source.folder.directory, name);
+    if (!table) return forward(table);
     Step step;
     step.record.kind = mode == Mode::move ? JournalRecord::Kind::move : JournalRecord::Kind::copy;
     step.record.from = {key.mailbox, source.folder.directory, source.file};
-    step.record.before = Marks::read(name, *table);
+    step.record.before = Marks::read(name, **table);
     step.record.after = step.record.before;
     change.apply(step.record.after);
     const auto letters = keywordsFor(to.directory, step.record.after.keywords);
@@ -89,10 +89,10 @@ Result<MessageKey> Transaction::relocate(const MessageKey& key, const Folder& to
       }
     } else {
       store_.noteRemoval(source.folder.directory, key.id);
-      touched_.insert(source.path().parent_path().string());
+      touched_.insert(source.file.directory(source.folder.directory));
     }
     store_.noteRename(to.directory, moved.id, *placed);
-    touched_.insert((to.directory / "cur").string());
+    touched_.insert(placed->directory(to.directory));
     return moved;
   };
   const auto from = mailboxes_.find(key.mailbox);

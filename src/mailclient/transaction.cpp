@@ -47,6 +47,18 @@ Result<Marks> Transaction::storedMarks(const MessageKey& key) {
   return store_.marks(key, *folder);
 }
 
+Result<const KeywordTable*> Transaction::sourceKeywords(const Path& folder, const MessageName& name) {
+  const auto known = sourceKeywords_.find(folder.native());
+  if (known != sourceKeywords_.end() && std::ranges::all_of(name.flags, [&](char letter) {
+        return letter < 'a' || letter > 'z' || !known->second.nameOf(letter).empty();
+      })) {
+    return &known->second;
+  }
+  auto table = store_.keywords(folder);
+  if (!table) return forward(table);
+  return &(sourceKeywords_[folder.native()] = std::move(*table));
+}
+
 Result<KeywordTable> Transaction::keywordsFor(const Path& folder, const std::vector<std::string>& names) {
   auto table = store_.keywords(folder);
   if (!table) return table;

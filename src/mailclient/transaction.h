@@ -75,6 +75,9 @@ class Transaction {
   // As it was found when this transaction first asked; a folder that is gone since shows when it is used.
   Result<const Folder*> mailbox(const MailboxKey& key);
   Result<Marks> storedMarks(const MessageKey& key);
+  // What the letters of a message's name mean. Letters are added to a folder and never change their meaning,
+  // so what was read once serves every name that has no others.
+  Result<const KeywordTable*> sourceKeywords(const Path& folder, const MessageName& name);
   // The folder's letters for all of these keywords.
   Result<KeywordTable> keywordsFor(const Path& folder, const std::vector<std::string>& names);
   Result<void> note(const JournalRecord& record);
@@ -99,6 +102,7 @@ class Transaction {
   std::vector<JournalRecord> waiting_;  // marks before the entry was begun
   std::optional<Pending> pending_;
   std::map<MailboxKey, Folder> mailboxes_;
+  std::map<std::string, KeywordTable> sourceKeywords_;    // by folder
   std::map<MailboxKey, std::set<std::string>> expected_;  // ids
   // Ids that the journal on the disk knows of, by the folders from and to which they move.
   std::map<std::pair<std::string, std::string>, std::set<std::string>> announced_;

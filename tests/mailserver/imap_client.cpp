@@ -57,6 +57,13 @@ std::string ImapClient::command(const std::string& text) {
   }
 }
 
+bool ImapClient::append(const std::string& mailbox, const std::string& subject) {
+  const auto message =
+      "From: Ada <ada@example.org>\r\nSubject: " + subject + "\r\n\r\nDelivered meanwhile.\r\n";
+  return !command("APPEND \"" + mailbox + "\" {" + std::to_string(message.size()) + "+}\r\n" + message)
+              .empty();
+}
+
 std::map<std::string, ImapMessage> ImapClient::fetch(const std::string& mailbox) {
   std::map<std::string, ImapMessage> found;
   if (command("SELECT \"" + mailbox + "\"").empty()) return found;

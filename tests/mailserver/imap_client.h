@@ -26,6 +26,8 @@ class ImapClient {
   // Sends a command and gives the whole answer up to its tagged line; "" when the connection broke or it was
   // refused.
   std::string command(const std::string& text);
+  // Delivers a short message with this subject; whether the server took it.
+  bool append(const std::string& mailbox, const std::string& subject);
   // The messages of a mailbox (modified UTF-7), by subject.
   std::map<std::string, ImapMessage> fetch(const std::string& mailbox);
 
