@@ -79,10 +79,16 @@ on fileSelection(parameters)
 end fileSelection
 
 on destinationMailbox(mailboxPath, accountName)
-	tell application "Mail"
-		if accountName is "On My Mac" then return mailbox mailboxPath
-		return mailbox mailboxPath of account accountName
-	end tell
+	try
+		tell application "Mail"
+			if accountName is "On My Mac" then return mailbox mailboxPath
+			return mailbox mailboxPath of account accountName
+		end tell
+	on error errorMessage number errorNumber
+		-- -1728 would be shown as a missing archive.
+		if errorNumber is not -1728 then error errorMessage number errorNumber
+		error "The mailbox '" & mailboxPath & "' in '" & accountName & "' could not be found" number -2404
+	end try
 end destinationMailbox
 
 -- For each message the mailbox in which it is archived, or missing value when it is filed directly.
