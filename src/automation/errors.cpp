@@ -85,7 +85,7 @@ const AppleScriptError* QuillboxError::scriptError() const {
 }
 
 std::string QuillboxError::identifier() const {
-  const std::string name(rowOf(kind_).name);
+  std::string name(rowOf(kind_).name);
   if (const auto* error = scriptError()) return name + "-" + error->description();
   if (std::holds_alternative<std::string>(payload_)) return name + "-" + text();
   return name;
