@@ -61,7 +61,7 @@ class RealDisk : public testing::Test, public RealStore {
         std::distance(fs::directory_iterator(folder / "cur"), fs::directory_iterator()));
   }
   // Each message is once in one of the folders, and nothing else is left.
-  void expectWhole(std::size_t count) const {
+  void expectWhole(std::size_t count) {
     std::map<std::string, std::multiset<std::string>> all = messages(mail_);
     if (!away_.empty()) {
       for (const auto& [subject, places] : messages(away_)) all[subject].insert(places.begin(), places.end());

@@ -4,7 +4,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 
 #include <fmt/format.h>
 
@@ -57,15 +56,15 @@ void RealStore::deliver(const Path& folder, const std::string& subject, const st
       << messageText(subject);
 }
 
-std::map<std::string, std::multiset<std::string>> RealStore::messages(const Path& top) const {
+std::map<std::string, std::multiset<std::string>> RealStore::messages(const Path& top) {
   std::map<std::string, std::multiset<std::string>> found;
   for (const auto& entry : fs::recursive_directory_iterator(top)) {
     const auto sub = entry.path().parent_path().filename();
     if (!entry.is_regular_file() || (sub != "cur" && sub != "new")) continue;
-    std::ifstream file(entry.path(), std::ios::binary);
-    const std::string bytes((std::istreambuf_iterator<char>(file)), {});
-    const auto subject = summarize(headerBlock(bytes)).subject;
-    const auto whole = withoutForeignHeader(bytes) == messageText(subject) ? "" : " TORN";
+    const auto bytes = files.read(entry.path());
+    if (!bytes) fatal(bytes.error().message);
+    const auto subject = summarize(headerBlock(*bytes)).subject;
+    const auto whole = withoutForeignHeader(*bytes) == messageText(subject) ? "" : " TORN";
     found[subject].insert(entry.path().parent_path().parent_path().string().substr(root_.string().size()) +
                           whole);
   }

@@ -27,7 +27,7 @@ class RealStore {
   // A message of this subject, 2 KB long unless said otherwise.
   void deliver(const Path& folder, const std::string& subject, const std::string& flags = "S");
   // subject -> the folders (counted from root()) in which a whole message of it lies.
-  std::map<std::string, std::multiset<std::string>> messages(const Path& top) const;
+  std::map<std::string, std::multiset<std::string>> messages(const Path& top);
   // Files that no finished change leaves behind, in the store at `top` and in the profile.
   std::vector<std::string> strayFiles(const Path& top) const;
 
