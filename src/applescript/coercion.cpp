@@ -138,7 +138,7 @@ Value Evaluator::coerce(const Value& value, Code type, const Value& typeValue) {
 }
 
 std::optional<Value> Evaluator::tryCoerce(const Value& original, Code type) {
-  const auto value = operand(original);
+  auto value = operand(original);
   if (type == code("****") || type == code("cobj") || classOf(value) == type) return value;
   if (isTextType(type)) {
     if (auto text = tryText(value)) return Value::text(std::move(*text));

@@ -161,7 +161,7 @@ void Evaluator::checkLimits() {
     raised.failure.line = site_->line;
     raised.failure.column = site_->column;
   }
-  throw raised;
+  throw Raised(std::move(raised));
 }
 
 void Evaluator::raise(Failure failure) {

@@ -110,7 +110,7 @@ void Parser::wrongAt(const Token& token, std::int64_t number, std::string messag
   problem.failure.line = token.line;
   problem.failure.column = token.column;
   problem.failure.atCompileTime = true;
-  throw problem;
+  throw SyntaxError(std::move(problem));
 }
 
 std::string Parser::describe(std::size_t ahead) const {

@@ -35,7 +35,7 @@ Value Evaluator::dereferenced(const Value& value) {
 }
 
 Value Evaluator::contents(const Value& value) {
-  const auto plain = dereferenced(value);
+  auto plain = dereferenced(value);
   // The contents of a loop's variable are the item, which may itself refer to an application's object.
   if (isApplicationReference(value) && value.is(Kind::Specifier)) return getFrom(plain);
   return plain;
@@ -218,7 +218,7 @@ Value Evaluator::referenceTo(const Node& node) {
           make<SpecifierObject>(SpecifierForm::Property,
                                 Value::object(Kind::Script, Ref<ScriptInstance>(script)), 0, variable.name));
     }
-    const auto value = readVariable(variable);
+    auto value = readVariable(variable);
     if (value.is(Kind::Specifier)) return value;
     return Value::object(Kind::Specifier,
                          make<SpecifierObject>(SpecifierForm::Variable, Value(), 0, variable.name, value));

@@ -89,7 +89,7 @@ char32_t nextCodePoint(std::string_view utf8, std::size_t& offset) {
   auto i = static_cast<std::int64_t>(offset);
   const auto length = static_cast<std::int64_t>(utf8.size());
   UChar32 c = 0;
-  U8_NEXT(bytes, i, length, c);
+  U8_NEXT(bytes, i, length, c);  // NOLINT(bugprone-inc-dec-in-conditions): ICU's macro
   if (c < 0) {
     ++offset;
     return 0xFFFD;

@@ -57,7 +57,7 @@ Result<std::string> removeFrom(const ListKind& kind, const Services& services, c
     return fail(error_number::mailboxNotFound,
                 fmt::format("“{}” is not among the {}", text::singleLine(id), kind.noun));
   }
-  const Mailbox mailbox = *entry;
+  const auto mailbox = Mailbox(*entry);  // the list that holds the entry is about to change
   if (auto removed = list.remove(mailbox); !removed) return forward(removed);
   return shown(kind, services, form);
 }

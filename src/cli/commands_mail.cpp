@@ -12,7 +12,6 @@
 namespace quillbox::cli {
 namespace {
 
-using mailclient::AccountType;
 using mailclient::MessageRow;
 
 std::string counted(std::size_t count) {

@@ -76,7 +76,7 @@ Result<MessageKey> Transaction::relocate(const MessageKey& key, const Folder& to
       }
       return forward(placed);
     }
-    const MessageKey moved{destination, stableId(placed->name)};
+    MessageKey moved{destination, stableId(placed->name)};
     if (mode == Mode::copy) {
       // The original is marked after its copy is safe, so that a full disk leaves it untouched.
       if (auto marked = applyMarks(key, change); !marked) {
@@ -105,7 +105,7 @@ Result<MessageFile> Transaction::place(const LocatedMessage& source, Step& step,
   if (auto known = announce(step.record.from, step.record.to); !known) return forward(known);
   auto written = writeStep(step.record);
   if (!written) return forward(written);
-  const auto target = step.record.to.file;
+  auto target = step.record.to.file;
   // The plan knows the message by its id only.
   if (step.record.to.id() != step.record.from.id()) {
     if (auto synced = writer_->sync(); !synced) return forward(synced);
@@ -127,7 +127,7 @@ Result<MessageFile> Transaction::placeByCopy(const LocatedMessage& source, Step&
   if (!written) return forward(written);
   step.number = written->number;
   const auto draft = step.record.to.folder / "tmp" / step.record.draft;
-  const auto target = step.record.to.file;
+  auto target = step.record.to.file;
   const auto failed = [&](const Error& error) -> std::unexpected<Error> {
     (void)files.remove(draft);
     giveUp(*written);

@@ -400,7 +400,7 @@ class ApplicationObject final : public as::ScriptObject {
       return {};
     });
     if (!opened) return std::unexpected(opened.error());
-    const auto viewer = viewerObject(model_, id);
+    auto viewer = viewerObject(model_, id);
     if (!properties.isRecord()) return viewer;
     for (const auto& [name, value] : properties.fields()) {
       if (auto set = viewer->setProperty(name.code(), value); !set) return std::unexpected(set.error());

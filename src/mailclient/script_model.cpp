@@ -120,7 +120,7 @@ Outcome<std::optional<MessageKey>> MailModel::messageNumbered(const MailboxKey& 
                                                               std::int64_t number) {
   if (number < 1 || number > kNumbers) return std::nullopt;
   if (const auto known = numbers_.find(static_cast<std::int32_t>(number)); known != numbers_.end()) {
-    const auto key = current({mailbox, known->second});
+    auto key = current({mailbox, known->second});
     const auto located = store().locate(key);
     if (located) return key;
     if (!isMissingObject(located.error().number)) return asFailure(located);

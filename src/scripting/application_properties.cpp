@@ -111,7 +111,7 @@ Result<void> setLoading(const Services& services, const Descriptor& value) {
   }
   const auto number = value.realValue();
   if (!number) return wrongType(value, "real");
-  services.status.mailboxesLoadingPercentage().set(*number);
+  services.status.mailboxesLoadingPercentage().set(number);
   return {};
 }
 

@@ -62,7 +62,7 @@ class UpdateMailboxesLoadedPercentage final : public ScriptCommand {
     const auto* progress = directParameter();
     const auto fraction = progress != nullptr && !progress->isText() ? progress->realValue() : std::nullopt;
     const bool accepted = fraction && *fraction >= 0 && *fraction <= 1;
-    if (accepted) services_.status.mailboxesLoadingPercentage().set(*fraction);
+    if (accepted) services_.status.mailboxesLoadingPercentage().set(fraction);
     reply(Descriptor::boolean(accepted));
   }
 

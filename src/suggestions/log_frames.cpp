@@ -120,7 +120,8 @@ class Scanner {
   std::size_t findFrame(std::size_t from, std::optional<Record>& found) {
     for (std::size_t at = file_.find(kFrameMark, from); at != std::string_view::npos;
          at = file_.find(kFrameMark, at + 1)) {
-      if ((found = readFrame(at))) return at;
+      found = readFrame(at);
+      if (found) return at;
     }
     return file_.size();
   }

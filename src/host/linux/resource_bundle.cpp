@@ -17,7 +17,7 @@ std::optional<Path> FileResourceBundle::locate(std::string_view name, std::strin
   relative += '.';
   relative += extension == "scpt" ? "applescript" : extension;
   for (const auto& root : roots_) {
-    const Path file = root / relative;
+    Path file = root / relative;
     if (const auto info = files_.info(file); info && info->kind == FileKind::regular) return file;
   }
   return std::nullopt;
