@@ -1,10 +1,15 @@
 // Training, prediction and the reading of the log, each beside the plain form of the same work: maps of maps
 // computed as the formula is written, and the log in the clear.
 #include <algorithm>
+#include <atomic>
+#include <chrono>
 #include <cmath>
 #include <cstdint>
+#include <ctime>
 #include <random>
+#include <span>
 #include <string>
+#include <thread>
 #include <unordered_map>
 #include <unordered_set>
 #include <vector>
@@ -147,6 +152,12 @@ const Large& large() {
   return made;
 }
 
+double threadMilliseconds() {
+  timespec now{};
+  ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+  return static_cast<double>(now.tv_sec) * 1e3 + static_cast<double>(now.tv_nsec) / 1e6;
+}
+
 void report(benchmark::State& state) {
   const auto snapshot = large().model.snapshot();
   state.counters["labels"] = static_cast<double>(snapshot.labelCount());
@@ -182,6 +193,33 @@ void trainFiveMore(benchmark::State& state) {
   benchmark::DoNotOptimize(held);
 }
 BENCHMARK(trainFiveMore)->Unit(benchmark::kMicrosecond);
+
+// The same prediction while another thread trains without a pause, in batches of 1,000: it must not wait for
+// them. The slowest one, too, in processor time of its thread and by the wall.
+void predictFiveMessagesBesideTraining(benchmark::State& state) {
+  SuggestionModel model;
+  model.train(large().trained);
+  std::atomic<bool> stop = false;
+  std::thread training([&] {
+    const std::span<const TrainingExample> all = large().trained;
+    for (std::size_t at = 0; !stop; at = (at + 1'000) % all.size()) model.train(all.subspan(at, 1'000));
+  });
+  double slowest = 0;
+  double slowestWall = 0;
+  for (auto _ : state) {
+    const double start = threadMilliseconds();
+    const auto startWall = std::chrono::steady_clock::now();
+    benchmark::DoNotOptimize(model.snapshot().predict(large().messages, 5, 0.5));
+    slowest = std::max(slowest, threadMilliseconds() - start);
+    const std::chrono::duration<double, std::milli> wall = std::chrono::steady_clock::now() - startWall;
+    slowestWall = std::max(slowestWall, wall.count());
+  }
+  stop = true;
+  training.join();
+  state.counters["slowest_ms"] = slowest;
+  state.counters["slowest_wall_ms"] = slowestWall;
+}
+BENCHMARK(predictFiveMessagesBesideTraining)->Unit(benchmark::kMicrosecond);
 
 class OneSecret final : public SecretStore {
  public:

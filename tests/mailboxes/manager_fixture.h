@@ -16,7 +16,10 @@ namespace quillbox {
 // Answers what it was given, and remembers how it was asked.
 class FakeSuggestions final : public SuggestionSource {
  public:
+  explicit FakeSuggestions(const Dispatch& dispatch) : dispatch_(dispatch) {}
+
   std::vector<Mailbox> predict(std::size_t limit, double threshold) override {
+    EXPECT_FALSE(dispatch_.isMain());
     ++asked;
     lastLimit = limit;
     lastThreshold = threshold;
@@ -27,6 +30,9 @@ class FakeSuggestions final : public SuggestionSource {
   int asked = 0;
   std::size_t lastLimit = 0;
   double lastThreshold = 0;
+
+ private:
+  const Dispatch& dispatch_;
 };
 
 class NoInstalledScripts final : public InstalledScriptRunner {
@@ -91,7 +97,7 @@ class ManagerFixture : public testing::Test {
   FavoriteMailboxManager favorites{settings, notifications};
   RecentMailboxManager recents{settings};
   ExcludedMailboxManager excluded{settings};
-  FakeSuggestions suggestions;
+  FakeSuggestions suggestions{dispatch};
   std::unique_ptr<MailboxManager> manager = std::make_unique<MailboxManager>(MailboxManager::Services{
       settings, dispatch, notifications, log, helper, status, retrieval, favorites, recents, excluded});
 };

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -200,13 +201,18 @@ class PlainSearch {
     if (U_FAILURE(status)) pattern_.reset();
   }
 
-  bool matches(const std::string& candidate) const {
+  // None for a candidate that costs ICU more than 10,000 steps ("a {9} {9}" has very many ways to try): the
+  // search may give such a query up. What costs less it has to decide.
+  std::optional<bool> matches(const std::string& candidate) const {
     if (query_.isEmpty()) return true;
     if (!pattern_) return false;
     const auto text = icu::UnicodeString::fromUTF8(text::foldDiacritics(candidate));
     UErrorCode status = U_ZERO_ERROR;
     const std::unique_ptr<icu::RegexMatcher> matcher(pattern_->matcher(text, status));
-    return matcher->matches(status) != 0 && U_SUCCESS(status);
+    matcher->setTimeLimit(1, status);  // in ten thousands of steps
+    const bool matched = matcher->matches(status) != 0;
+    if (status == U_REGEX_TIME_OUT) return std::nullopt;
+    return matched && U_SUCCESS(status);
   }
 
  private:

@@ -1,5 +1,7 @@
 // The fast search against one ICU regular expression a candidate.
+#include <algorithm>
 #include <cstdlib>
+#include <optional>
 #include <sstream>
 
 #include <gtest/gtest.h>
@@ -100,6 +102,26 @@ TEST(Search, TheRuleByExample) {
   }
 }
 
+// The text of the expression itself: the comparisons below take it as it is.
+TEST(Search, TheExpressionOfAQuery) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"", ""},
+      {"in box", "in(.*)box"},
+      {"  ", "(.*)(.*)"},
+      {"()*+.?[\\]^|", R"(\(\)\*\+\.\?\[\\\]\^\|)"},
+      {"a\tb\rc\nd", R"(a\tb\rc\nd)"},
+      {"\x01\x0B\x1Fx\x7F", "x\x7F"},
+      {"${}-/&#\"", "${}-/&#\""},
+      {"Résumé É", "Resume(.*)E"},
+      {"Straße ŁØ", "Straße(.*)ŁØ"},  // a stroke is no mark that could be taken off
+  };
+  for (const auto& [query, fragment] : cases) {
+    EXPECT_EQ(QueryPattern(query, CaseMode::insensitive).pattern(),
+              std::string("(?i)(.*)") + fragment + "(.*)");
+    EXPECT_EQ(QueryPattern(query, CaseMode::sensitive).pattern(), std::string("(.*)") + fragment + "(.*)");
+  }
+}
+
 // What the argument in index_search.cpp takes for granted of case folding.
 TEST(Search, CaseFoldingOfAllOfUnicodeIsAsAssumed) {
   for (UChar32 c = 0; c <= UCHAR_MAX_VALUE; ++c) {
@@ -170,13 +192,18 @@ std::size_t compareOneList() {
     IndexSearch search(index, compiled);
     const auto fresh = search.all(field, scope, nullptr, kGoOn);
     const auto remembered = IndexSearch(index, compiled).all(field, scope, &memory, kGoOn);
+    std::vector<std::optional<bool>> expected;
     for (SearchIndex::Position p = 0; p < index->size(); ++p) {
       const Mailbox& mailbox = index->mailbox(p);
-      const bool expected = plain.matches(field == SearchField::path ? mailbox.path : mailbox.name);
-      const bool inScope = scopeNames.empty() || mailbox.account == "Home";
-      RC_ASSERT(search.matches(p, field) == expected);
-      RC_ASSERT(fresh->contains(p) == (expected && inScope));
-      RC_ASSERT(remembered->contains(p) == (expected && inScope));
+      expected.push_back(plain.matches(field == SearchField::path ? mailbox.path : mailbox.name));
+    }
+    // The run may have ended as a whole. What it remembered of that must not show in the next one.
+    if (!std::ranges::all_of(expected, [](const auto& one) { return one.has_value(); })) continue;
+    for (SearchIndex::Position p = 0; p < index->size(); ++p) {
+      const bool inScope = scopeNames.empty() || index->mailbox(p).account == "Home";
+      RC_ASSERT(search.matches(p, field) == *expected[p]);
+      RC_ASSERT(fresh->contains(p) == (*expected[p] && inScope));
+      RC_ASSERT(remembered->contains(p) == (*expected[p] && inScope));
       ++pairs;
     }
   }

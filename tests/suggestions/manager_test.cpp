@@ -365,6 +365,36 @@ TEST_F(Manager, PreparesForOnePrediction) {
   EXPECT_FALSE(manager_->isLoaded());
 }
 
+// The disk and the mail client may keep their callers waiting.
+TEST_F(Manager, TheMainQueueNeitherReadsNorWritesNorRunsScripts) {
+  fillLog({received("hello", "ada@example.org", "Friends")});
+  int steps = 0;
+  const auto watch = [&](const FaultyFileSystem::Step& step) -> std::optional<int> {
+    ++steps;
+    EXPECT_FALSE(dispatch_.isMain()) << step.operation;
+    return std::nullopt;
+  };
+  files_.failWhen(watch);
+  files_.failReadsWhen(watch);
+  engine_.setRule([&](const RecordingScriptEngine::Call& call) -> std::optional<ScriptResult> {
+    EXPECT_FALSE(dispatch_.isMain()) << call.handler();
+    return records({received("hello", "ada@example.org", "Friends")});
+  });
+  const auto afterEach = [&](const auto& start) {
+    const int before = steps;
+    start();
+    EXPECT_EQ(steps, before);  // nothing before the call returns
+    dispatch_.runUntilIdle();
+    return steps > before;
+  };
+  const auto ignore = [](const Result<std::size_t>&) {};
+  EXPECT_TRUE(afterEach([&] { manager_->refreshTrainingIfNeeded(); }));
+  EXPECT_FALSE(afterEach([&] { manager_->updateCurrentExamples(); }));
+  EXPECT_TRUE(afterEach([&] { manager_->trainOnMailbox(Mailbox::make("A", "A", "B"), ignore); }));
+  EXPECT_TRUE(afterEach([&] { manager_->trainOnSelection(Mailbox::make("A", "A", "B"), ignore); }));
+  EXPECT_EQ(engine_.calls().size(), 3U);
+}
+
 TEST_F(Manager, EndsWithWorkUnderWay) {
   fillLog({received("hello", "ada@example.org", "Friends")});
   for (int moment = 0; moment < 8; ++moment) {
