@@ -88,15 +88,26 @@ void addGroup(CLI::App& app, const CommandGroup& group, Choice& choice) {
   group.define(*command, choice);
 }
 
-// The sentence of a usage error on one line, without the library's own exclamations.
-std::unexpected<Error> usageError(const CLI::ParseError& error) {
-  std::string message = text::singleLine(text::toValidUtf8(text::trim(error.what())));
-  return fail(error_number::wrongUsage, message.empty() ? "The command line cannot be read" : message);
+std::string unknownCommand(std::string_view words) {
+  return fmt::format("There is no command “{}”; --help lists them",
+                     text::singleLine(text::toValidUtf8(words)));
 }
 
-std::string firstWordProblem(const std::vector<std::string>& words) {
-  return fmt::format("There is no command “{}”; --help lists them",
-                     text::singleLine(text::toValidUtf8(words.front())));
+// The sentence of a usage error on one line, without the library's own exclamations. Where a command was
+// expected and another word stands, that word is told.
+std::unexpected<Error> usageError(const CLI::App& app, const CLI::ParseError& error) {
+  const CLI::App* innermost = &app;
+  std::string command;
+  while (!innermost->get_subcommands().empty()) {
+    innermost = innermost->get_subcommands().front();
+    command += innermost->get_name() + " ";
+  }
+  const auto left = app.remaining(true);
+  if (innermost->get_require_subcommand_min() > 0 && !left.empty() && !left.front().starts_with("-")) {
+    return fail(error_number::wrongUsage, unknownCommand(command + left.front()));
+  }
+  const std::string message = text::singleLine(text::toValidUtf8(text::trim(error.what())));
+  return fail(error_number::wrongUsage, message.empty() ? "The command line cannot be read" : message);
 }
 
 }  // namespace
@@ -124,12 +135,7 @@ Result<Invocation> parseCommandLine(const std::vector<std::string>& words) {
     invocation.help = app.help();
     return invocation;
   } catch (const CLI::ParseError& error) {
-    // Nothing else than a word that is no command can be left over before one was found.
-    const auto left = app.remaining();
-    if (app.get_subcommands().empty() && !left.empty() && !left.front().starts_with("-")) {
-      return fail(error_number::wrongUsage, firstWordProblem(left));
-    }
-    return usageError(error);
+    return usageError(app, error);
   }
   if (profileOption->count() > 0) invocation.profile = std::move(profile);
   if (json) invocation.form = OutputForm::json;
@@ -140,7 +146,7 @@ Result<Choice> parseBatchCommand(const std::vector<std::string>& words) {
   if (words.empty()) return fail(error_number::wrongUsage, "The line names no command");
   const auto* group =
       std::ranges::find_if(kGroups, [&](const auto& row) { return words.front() == row.name; });
-  if (group == kGroups.end()) return fail(error_number::wrongUsage, firstWordProblem(words));
+  if (group == kGroups.end()) return fail(error_number::wrongUsage, unknownCommand(words.front()));
   Choice choice;
   CLI::App app("", "quillboxctl");
   app.require_subcommand(1);
@@ -152,7 +158,7 @@ Result<Choice> parseBatchCommand(const std::vector<std::string>& words) {
   } catch (const CLI::CallForHelp&) {
     return fail(error_number::wrongUsage, "A batch gives no help texts");
   } catch (const CLI::ParseError& error) {
-    return usageError(error);
+    return usageError(app, error);
   }
   if (choice.isBatch) return fail(error_number::wrongUsage, "A batch cannot hold a batch");
   return choice;

@@ -151,7 +151,10 @@ TEST_F(Lists, BadInputIsOneClearLine) {
       {{"suggest", "--examples", file}, 1, "-4008", "examples:2: "},
       {{"suggest", "--train-examples", file, "--examples", "-"}, 1, "-4008", "“subject”"},
       {{"log"}, 2, "-4011", "subcommand"},
-      {{"log", "weather"}, 2, "-4011", "subcommand"},
+      {{"log", "weather"}, 2, "-4011", "There is no command “log weather”"},
+      {{"favorites", "frob", "Work/INBOX"}, 2, "-4011", "There is no command “favorites frob”"},
+      {{"favorites", "--frob"}, 2, "-4011", "subcommand"},
+      {{"frob", "add"}, 2, "-4011", "There is no command “frob”"},
   };
   for (const auto& row : table) {
     const auto ended = quill(row.words);
