@@ -5,9 +5,11 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "automation/applescript_helper.h"
 #include "automation/quillbox_error.h"
+#include "platform/clock.h"
 #include "platform/file_system.h"
 
 namespace quillbox {
@@ -33,6 +35,7 @@ class FilingScriptInstaller {
     AppleScriptHelper& helper;
     const ResourceBundle& resources;
     FileSystem& files;
+    RandomSource& random;
     const Localizer& localizer;
     Log& log;
     InstallerInterface& interface;
@@ -45,12 +48,15 @@ class FilingScriptInstaller {
   // Shows the panel, then installs. `no` when the user gave up or chose any other folder.
   void chooseFolderAndInstall(Completion completion);
 
-  // Copies the script over whatever is in its place. A wrong folder installs nothing. Fails with
+  // Puts the script in the place of the one that is there, which stays when the folder cannot take the new
+  // one. `no`: the folder is another one, or the old script could not be removed, which is logged. Fails with
   // scriptNotFound when the application has no such script, or `other` with the reason why it could not be
   // copied.
   QuillboxResult<Installed> install(const std::optional<Path>& chosen);
 
  private:
+  Result<void> replace(const Path& destination, std::string_view script);
+
   Services services_;
 };
 

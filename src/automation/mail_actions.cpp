@@ -32,6 +32,13 @@ void MailActions::run(std::string text, std::string label, Completion<Descriptor
       });
 }
 
+void MailActions::failLater(const AppleScriptError& error, Completion<void> completion) {
+  services_.log.error("AppleScript Error: " + error.description());
+  services_.dispatch.main([completion = std::move(completion), error] {
+    completion(std::unexpected(QuillboxError::appleScriptError(error)));
+  });
+}
+
 void MailActions::runIfAny(std::optional<std::string> text, std::string label, Completion<void> completion) {
   if (text) return run(std::move(*text), std::move(label), ignoringResult(std::move(completion)));
   services_.dispatch.main([completion = std::move(completion)] { completion({}); });
@@ -46,6 +53,14 @@ script_texts::Reactivate MailActions::reactivation() const {
 void MailActions::showMailbox(const Mailbox& mailbox, script_texts::Viewer viewer,
                               Completion<void> completion) {
   services_.log.debug("Trying to show: " + mailbox.path + " of account: " + mailbox.account);
+  const bool staysQuoted =
+      script_texts::staysQuotedWhenShown(mailbox.path) && script_texts::staysQuotedWhenShown(mailbox.account);
+  if (!staysQuoted && !services_.helper.readinessError()) {
+    return failLater(AppleScriptError::executionError(
+                         "The mailbox '" + mailbox.path + "' in '" + mailbox.account + "' could not be found",
+                         error_number::mailboxNotFound),
+                     std::move(completion));
+  }
   const auto activation = services_.settings.stayOpenAfterShowingMailbox.get()
                               ? script_texts::Activation::quillbox
                               : script_texts::Activation::mail;

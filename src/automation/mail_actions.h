@@ -34,7 +34,7 @@ class MailActions {
   explicit MailActions(const Services& services) : services_(services) {}
 
   // Quillbox comes back to the front when "stayOpenAfterShowingMailbox" is on. -2404: there is no such
-  // mailbox.
+  // mailbox, or its name would run as script (see script_texts.h), in which case nothing is run.
   void showMailbox(const Mailbox& mailbox, script_texts::Viewer viewer, Completion<void> completion);
   // Makes `name` inside `parentPath`, which may be empty. -2100: it is there. -2500: the account takes none.
   void createMailbox(const std::string& name, const std::string& parentPath, const std::string& account,
@@ -50,6 +50,7 @@ class MailActions {
 
  private:
   void run(std::string text, std::string label, Completion<Descriptor> completion);
+  void failLater(const AppleScriptError& error, Completion<void> completion);
   void runIfAny(std::optional<std::string> text, std::string label, Completion<void> completion);
   script_texts::Reactivate reactivation() const;
 

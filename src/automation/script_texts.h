@@ -3,8 +3,9 @@
 //
 // A mailbox is addressed by its path in an account; the account "On My Mac" stands for the local mailboxes.
 // Names are escaped on their way into a text: escapedForScript() doubles backslashes and puts a backslash
-// before each double quote. showMailbox() alone leaves backslashes single, so a name that holds one is not
-// found.
+// before each double quote. showMailbox() alone leaves backslashes single: a name that holds one is not
+// found, and one with a backslash before a quote or at its end would reach past its quotes and run as script.
+// Such a name is for staysQuotedWhenShown() to tell, before the text is run.
 #pragma once
 
 #include <cstdint>
@@ -61,6 +62,9 @@ enum class Viewer { frontmost, newViewer };
 // Which application is brought to the front before the mailbox shows.
 enum class Activation { mail, quillbox };
 
+// Whether showMailbox() keeps `name`, a path or an account, between its quotes; a text with another is not to
+// be run.
+bool staysQuotedWhenShown(std::string_view name);
 // Fails with -2404 when there is no such mailbox.
 std::string showMailbox(std::string_view path, std::string_view account, Activation activation,
                         Viewer viewer);

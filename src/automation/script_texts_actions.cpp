@@ -262,6 +262,15 @@ std::string transferSelectedMessages(std::string_view path, std::string_view acc
                                   {"REACTIVATE", options.reactivate ? activateQuillbox : ""}});
 }
 
+bool staysQuotedWhenShown(std::string_view name) {
+  const std::string quoted = escapedForShowScript(name) + '"';
+  for (std::size_t i = 0; i < quoted.size(); ++i) {
+    if (quoted[i] == '"') return i + 1 == quoted.size();
+    if (quoted[i] == '\\') ++i;
+  }
+  return false;  // the closing quote was taken for a character of the name
+}
+
 std::string showMailbox(std::string_view path, std::string_view account, Activation activation,
                         Viewer viewer) {
   return fillTemplate(viewer == Viewer::frontmost ? kShowInFrontmostViewer : kShowInNewViewer,

@@ -156,7 +156,7 @@ Composition::Composition(const Outside& outside, Profile profileFolders, Resourc
       accounts(helper, dispatch, log),
       retrieval({helper, bundle, workspace, notifications, status, log}),
       actions({helper, settings, localizer, dispatch, log}),
-      installer({helper, bundle, files, localizer, log, frontend.installerInterface()}),
+      installer({helper, bundle, files, random, localizer, log, frontend.installerInterface()}),
       replication({files, dispatch, clock, random, notifications, log, settings}, profile),
       favorites(settings, notifications, [this] { return replication.makeSync(); }),
       recents(settings),

@@ -34,20 +34,25 @@ TEST_F(Actions, MailboxesAreMadeWhereTheyBelong) {
       {"2024", "Receipts", "On My Mac", 0, "On My Mac/Receipts/2024"},
       {"Top", "", "Work", 0, "Work/Top"},
       {"Deep \"q\" \\", "Top/New", "Work", 0, "Work/Top/New/Deep \"q\" \\"},
+      {"a/b", "", "Work", 0, "Work/a/b"},
       {"Archive", "", "Work", -2100, "Archive"},
+      {"New", "Top", "Work", -2100, "New"},
+      {"Deep \"q\" \\", "Top/New", "Work", -2100, "Deep \"q\" \\"},
+      {"Receipts", "", "On My Mac", -2100, "Receipts"},
       {"2024", "Receipts", "On My Mac", -2100, "2024"},
       {"New", "Deep", "Odd", -2500, "Deep/New"},
       {"New", "", "Odd", -2500, "'/New'"},
       {"New", "", "Nobody", -1728, "Nobody"},
-      {"", "", "Work", 0, nullptr},  // whatever it says, nothing is made
-      {"a/b", "", "Work", 0, nullptr},
+      {"", "", "Work", -4010, "empty"},
+      {"", "", "On My Mac", -4010, "empty"},
+      {"a\nb", "", "Work", -4010, "a\\nb"},
+      {"x\" & (error number 99) & \"", "Top", "Nobody", -1728, "Nobody"},
   };
   for (const auto& row : rows) {
     const auto before = store_.snapshot();
     const auto made = await<Created>(
         [&](auto done) { all_->actions.createMailbox(row.name, row.parent, row.account, std::move(done)); });
     SCOPED_TRACE(std::string(row.account) + " " + row.parent + " " + row.name);
-    if (row.says == nullptr) continue;
     if (row.error == 0) {
       ASSERT_TRUE(made.has_value()) << made.error().identifier();
       EXPECT_EQ(made->id, row.says);
@@ -86,6 +91,29 @@ TEST_F(Actions, ShowingSelectsTheMailboxAndActivates) {
   EXPECT_EQ(show(label, script_texts::Viewer::newViewer), "ok");
   EXPECT_EQ(shown()->item(1)->int32Value(), 2);
   EXPECT_EQ(frontend_.events, std::vector<std::string>{"activate"});
+
+  // The frontmost visible viewer takes the mailbox, wherever it stands in the list of viewers.
+  const auto tell = [&](const char* text) {
+    return await<AppleScriptResult>(
+        [&](auto done) { all_->helper.runScriptText(text, "", std::move(done)); });
+  };
+  const char* shownByEach = R"(tell application "Mail"
+set names to {}
+repeat with v in message viewers
+set end of names to (id of v as text) & (name of item 1 of (get selected mailboxes of v))
+end repeat
+return names
+end tell)";
+  EXPECT_EQ(tell(shownByEach)->description(), R"({"3Label", "1Archive"})");
+  ASSERT_TRUE(tell("tell application \"Mail\" to set visible of message viewer 1 to false"));
+  const auto inbox = Mailbox::make("INBOX", "INBOX", "Web");
+  EXPECT_EQ(show(inbox, script_texts::Viewer::frontmost), "ok");
+  EXPECT_EQ(tell(shownByEach)->description(), R"({"3Label", "1INBOX"})") << "a hidden viewer is not used";
+  ASSERT_TRUE(tell("tell application \"Mail\" to delete every message viewer"));
+  EXPECT_EQ(tell(shownByEach)->description(), "{}");
+  EXPECT_EQ(show(archive, script_texts::Viewer::frontmost), "ok");
+  EXPECT_EQ(shown()->description(), "{1, \"Archive\"}") << "without a viewer one is made";
+
   EXPECT_EQ(show(Mailbox::make("Gone", "Gone", "Work"), script_texts::Viewer::frontmost), "-2404");
   EXPECT_EQ(show(Mailbox::make("Gone", "Gone", "On My Mac"), script_texts::Viewer::newViewer), "-2404");
   EXPECT_TRUE(log_.contains("Trying to show: Gone of account: Work"));

@@ -29,7 +29,7 @@ class RecordingFrontend final : public Frontend, public InstallerInterface, publ
     events.push_back("alert " + title);
   }
   void beep() override { events.emplace_back("beep"); }
-  void play(const Path&) override { events.emplace_back("sound"); }
+  void play(const Path& file) override { events.push_back("play " + file.filename().string()); }
 
   std::vector<std::string> events;
   std::vector<Panel> panels;

@@ -1,6 +1,7 @@
 // Filing by both routes, with the real interpreter over a real Maildir.
 #include <algorithm>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -84,16 +85,18 @@ TEST_F(Routes, EveryActionAndCountWithEachSettingOnAndOff) {
   };
   std::int64_t total = 0;
   std::size_t row = 0;
+  std::set<std::string> heard;
   const auto run = [&](Route route, FilingAction action, std::size_t count, const Switches& on) {
     ++row;
     SCOPED_TRACE(fmt::format("row {}: route {} action {} count {}", row, static_cast<int>(route),
                              static_cast<int>(action), count));
     use(route);
-    // Every colour and both kinds of place have their turn.
+    // Every colour, every sound and both kinds of place have their turn.
     const auto label = static_cast<MessageLabelAppEnum>(1 + row % 8);
     const auto flag = RawNumbers<MessageFlagAppEnum>::cases[1 + row % 8].first;
+    const auto sound = static_cast<FilingSoundAppEnum>(row % 14);  // the beep and the thirteen
     const Mailbox& destination = row % 3 == 0 ? *local : archive_;
-    ASSERT_TRUE(settingsAre(on, label, flag));
+    ASSERT_TRUE(settingsAre(on, label, flag) && settings.filingSound.set(sound));
     all_->recents.load();
     ASSERT_TRUE(all_->filingLog.clear());
     ASSERT_TRUE(all_->suggestions.log().clear());
@@ -137,9 +140,12 @@ TEST_F(Routes, EveryActionAndCountWithEachSettingOnAndOff) {
     EXPECT_EQ(std::ranges::count(*learnt, '\n'), on.learn ? count : 0) << *learnt;
     std::vector<std::string> events;
     if (!on.keepOpen) events.emplace_back("hide transferSelectedMessages");
-    if (on.sound && count > 0) events.emplace_back("beep");
+    if (on.sound && count > 0)
+      events.push_back(sound == FilingSoundAppEnum::system ? "beep"
+                                                           : fmt::format("play {}.aiff", rawText(sound)));
     if (on.keepOpen) events.emplace_back("activate");
     EXPECT_EQ(frontend_.events, events);
+    if (on.sound && count > 0) heard.insert(std::string(rawText(sound)));
 
     // As it was: the copies go, the moved messages and their marks come back.
     ASSERT_TRUE(count == 0 || all_->mail.undo().has_value());
@@ -152,6 +158,7 @@ TEST_F(Routes, EveryActionAndCountWithEachSettingOnAndOff) {
       }
     }
   }
+  EXPECT_EQ(heard.size(), 14U);
 }
 
 TEST_F(Routes, WebMailGoesThroughTheArchiveByItsMode) {
@@ -297,19 +304,25 @@ TEST_F(Routes, AFolderThatCannotBeWrittenIsNamedAndNothingIsFiled) {
 
 // Whatever a name holds, it stays inside its quotes: the mailbox is not found, and nothing else happens.
 TEST_F(Routes, NamesCannotBreakOutOfTheScripts) {
-  const std::string names[] = {"\"",
-                               "\\",
-                               "\\\"",
-                               "a\" of account \"Web",
-                               "\" & (do shell script \"id\") & \"",
-                               "\"\ndelete every mailbox\n\"",
-                               "¬\n\"",
-                               "a\nb",
-                               "x\\",
-                               "$ACCOUNT$",
-                               "«event»",
-                               "--",
-                               "(*"};
+  const std::string names[] = {
+      "\"",
+      "\\",
+      "\\\"",
+      "a\" of account \"Web",
+      "\" & (do shell script \"id\") & \"",
+      "\"\ndelete every mailbox\n\"",
+      "¬\n\"",
+      "a\nb",
+      "x\\",
+      "$ACCOUNT$",
+      "«event»",
+      "--",
+      "(*",
+      "x\\\" & (delete every message of mailbox 1 of account 1) --",
+      "x\\\"\nset read status of every message of mailbox 1 of account 1 to true\n--",
+      "x\\\"\nset read status of every message of mailbox 1 of account 1 to true --",
+      "x\\\"\nerror number 99 --",
+      "x\\\\\" --"};
   ASSERT_TRUE(all_->mail.selectAll("Work", "INBOX"));
   const auto before = store_.snapshot();
   for (const auto& name : names) {
