@@ -3,7 +3,7 @@
 //
 //   applescript_bench                                   each workload, ours and python3's
 //   applescript_bench --benchmark_filter=quicksort
-#include <array>
+#include <algorithm>
 #include <cstdio>
 #include <ctime>
 #include <fstream>
@@ -175,18 +175,25 @@ constexpr Workload kWorkloads[] = {
      "return total + len(rows)"},
 };
 
+constexpr int kAttempts = 5;
+
+// The processor time of compiling and running, best of five.
 void ours(benchmark::State& state, const Workload& workload) {
   BenchHost host;
   std::string answer;
   for (auto _ : state) {
-    const auto begin = std::clock();
-    const auto program = as::compile(workload.script, host);
-    if (!program) return state.SkipWithError(program.error().message.c_str());
-    as::Interpreter interpreter(*program, host);
-    const auto result = interpreter.run();
-    if (!result) return state.SkipWithError(result.error().message.c_str());
-    answer = interpreter.source(*result);
-    state.SetIterationTime(static_cast<double>(std::clock() - begin) / CLOCKS_PER_SEC);
+    double best = 1e9;
+    for (int attempt = 0; attempt < kAttempts; ++attempt) {
+      const auto begin = std::clock();
+      const auto program = as::compile(workload.script, host);
+      if (!program) return state.SkipWithError(program.error().message.c_str());
+      as::Interpreter interpreter(*program, host);
+      const auto result = interpreter.run();
+      if (!result) return state.SkipWithError(result.error().message.c_str());
+      answer = interpreter.source(*result);
+      best = std::min(best, static_cast<double>(std::clock() - begin) / CLOCKS_PER_SEC);
+    }
+    state.SetIterationTime(best);
   }
   state.SetLabel("= " + answer);
 }
@@ -197,7 +204,8 @@ void theirs(benchmark::State& state, const Workload& workload) {
   std::istringstream lines(workload.python);
   for (std::string line; std::getline(lines, line);) body += "    " + line + "\n";
   const std::string program = "import time, sys\nsys.setrecursionlimit(100000)\ndef work():\n" + body +
-                              "best = 1e9\nfor attempt in range(5):\n    begin = time.process_time()\n"
+                              "best = 1e9\nfor attempt in range(" + std::to_string(kAttempts) +
+                              "):\n    begin = time.process_time()\n"
                               "    answer = work()\n    best = min(best, time.process_time() - begin)\n"
                               "print(best, answer)\n";
   const auto path = std::string("applescript_bench_") + workload.name + ".py";
@@ -239,7 +247,8 @@ int main(int argc, char** argv) {
   for (const auto& workload : kWorkloads) {
     benchmark::RegisterBenchmark((std::string(workload.name) + "/quillbox").c_str(), ours, workload)
         ->Unit(benchmark::kMillisecond)
-        ->UseManualTime();
+        ->UseManualTime()
+        ->Iterations(1);
     benchmark::RegisterBenchmark((std::string(workload.name) + "/python3").c_str(), theirs, workload)
         ->Unit(benchmark::kMillisecond)
         ->UseManualTime()

@@ -1,6 +1,14 @@
 // `set` and `copy`.
+#include <algorithm>
+#include <array>
+#include <span>
+#include <vector>
+
+#include <fmt/format.h>
+
 #include "applescript/dates.h"
 #include "applescript/evaluator.h"
+#include "applescript/in_place.h"
 #include "applescript/objects.h"
 #include "applescript/printing.h"
 
@@ -19,8 +27,11 @@ void Evaluator::assign(const Node& target, Value value) {
       const auto& pattern = static_cast<const ListNode&>(target);
       const auto source = operand(value);
       if (!source.isList()) cannotMake(source, code("list"));
-      // All values are read before anything changes: set {a, b} to {b, a}.
-      const auto items = source.items();
+      // What is taken apart must not change on the way: set {item 1 of x, item 2 of x} to x.
+      const bool plain = std::ranges::all_of(
+          pattern.items, [](const NodePtr& item) { return item->kind == NodeKind::Variable; });
+      const auto apart = plain ? source : Value::list(source.items());
+      const auto& items = apart.items();
       for (std::size_t i = 0; i < pattern.items.size(); ++i) {
         if (i >= items.size())
           cannotGetElement(
@@ -123,9 +134,16 @@ bool Evaluator::appendInPlace(const SetNode& node) {
   if (!slot || (!slot->isText() && !slot->isList())) return false;
   const auto& operands = static_cast<const ConcatNode&>(*node.value).operands;
   auto grown = *slot;
-  std::vector<Value> more;
-  more.reserve(operands.size() - 1);
-  for (std::size_t i = 1; i < operands.size(); ++i) more.push_back(operand(needed(eval(*operands[i]))));
+  // All are evaluated before anything grows; a few need no memory of their own.
+  std::array<Value, 8> few;
+  std::vector<Value> many;
+  const auto count = operands.size() - 1;
+  if (count > few.size()) many.resize(count);
+  const std::span<Value> more(count > few.size() ? many.data() : few.data(), count);
+  for (std::size_t i = 0; i < count; ++i) {
+    const auto* place = inPlace(*operands[i + 1]);
+    more[i] = place && place->isText() ? *place : operand(needed(eval(*operands[i + 1])));
+  }
   site_ = &node;
   for (auto& next : more) {
     // Held by the variable and by `grown`, nobody else can see it change.
@@ -133,6 +151,9 @@ bool Evaluator::appendInPlace(const SetNode& node) {
                      grown.as<HeapObject>().references() == 2;
     if (own && grown.isText() && next.isText()) {
       grown.as<TextObject>().append(next.asText());
+    } else if (own && grown.isText() && next.is(Kind::Integer)) {
+      const fmt::format_int digits(next.asInteger());
+      grown.as<TextObject>().append({digits.data(), digits.size()});
     } else if (own && grown.isText()) {
       const auto text = tryText(next);
       if (text) {

@@ -184,6 +184,8 @@ struct ElementNode final : Node {
   NodePtr secondKey;
   NodePtr test;  // makes a Filter of whatever form stands here
   NodePtr container;
+  // From the resolver: `item key of variable`, with a key that can be read without side effects.
+  bool isItemOfVariable = false;
 };
 
 // beginning of, end of, before, after.
@@ -241,6 +243,7 @@ struct SetNode final : Node {
   NodePtr value;
   bool copies = false;
   bool appends = false;  // the value is `target & more`
+  bool counts = false;   // a variable becomes what an operator gives
 };
 
 struct IfNode final : Node {

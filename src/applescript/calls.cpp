@@ -1,6 +1,7 @@
 // Handlers: finding them, binding their parameters, running them.
 #include "applescript/evaluator.h"
 #include "applescript/frame_scope.h"
+#include "applescript/in_place.h"
 #include "applescript/objects.h"
 #include "applescript/printing.h"
 #include "applescript/stack.h"
@@ -185,7 +186,10 @@ Value Evaluator::invokeCall(const CallNode& node, const HandlerNode& handler, Sc
   }
   const Ref<ScriptInstance> keep(home);
   const SlotScope slots(*this, handler.slots);
-  for (std::size_t i = 0; i < expected; ++i) slots.slots()[i] = needed(eval(*node.arguments[i]));
+  for (std::size_t i = 0; i < expected; ++i) {
+    const auto* place = inPlace(*node.arguments[i]);
+    slots.slots()[i] = place ? *place : needed(eval(*node.arguments[i]));
+  }
   site_ = &node;
   enterCall();
   return invokeFrame(handler, home, std::move(me), slots.slots());

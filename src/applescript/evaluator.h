@@ -91,6 +91,7 @@ class Evaluator {
   Flow exec(const Node& node);
   Flow execIf(const IfNode& node);
   void execSet(const SetNode& node);
+  void dropResult();
   Flow execRepeat(const RepeatNode& node);
   Flow execCounting(const RepeatNode& node);
   Flow execItems(const RepeatNode& node);
@@ -110,14 +111,22 @@ class Evaluator {
   Value evalBinary(const BinaryNode& node);
   Value evalCoerce(const CoerceNode& node);
   Value evalNegate(const UnaryNode& node);
-  // The value of a literal or a variable where it stands, without a copy; of anything else in `temporary`.
-  const Value& peek(const Node& node, Value& temporary);
-  const Value* variableHere(const Node& node);
-  // The list, when the node is `item key of variable` and the variable holds one.
-  const Value* listOfItem(const ElementNode& node);
+  // In place (in_place.h): the value of a literal, a variable, or an item of a list in a variable where it
+  // lies, without a copy and without anything else happening; nullptr for all else. Good until the next
+  // statement or event.
+  const Value* inPlace(const Node& node);
+  Value* itemInPlace(const ElementNode& node);
+  std::int64_t indexInPlace(const Node& key);
+  bool countInPlace(const SetNode& node);
   bool truth(const Node& node);
+  bool truthOfAny(const Node& node);
   Value readVariable(const VariableNode& node);
-  Value* variableSlot(const Location& location);
+  Value* variableSlot(const Location& location) {
+    if (location.kind == Location::Kind::Local) return &slots_[location.slot];
+    if (location.kind == Location::Kind::Global) return &globals_[location.slot];
+    return distantSlot(location);
+  }
+  Value* distantSlot(const Location& location);
   Value readDynamic(const Name& name);
   Value needed(Value value);
 
@@ -264,6 +273,9 @@ class Evaluator {
   Value delimiters_;
   TextComparer texts_;
   Frame* frame_ = nullptr;
+  // Of the frame, since nothing is read as often.
+  Value* slots_ = nullptr;
+  Value* globals_ = nullptr;
   const Node* site_ = nullptr;
   Value returned_;
 

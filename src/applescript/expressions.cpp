@@ -3,6 +3,7 @@
 #include <optional>
 
 #include "applescript/evaluator.h"
+#include "applescript/in_place.h"
 #include "applescript/numbers.h"
 #include "applescript/objects.h"
 #include "applescript/printing.h"
@@ -28,14 +29,8 @@ Value Evaluator::eval(const Node& node) {
     }
     case NodeKind::Element: {
       const auto& element = static_cast<const ElementNode&>(node);
-      if (const auto* list = listOfItem(element)) {
-        // item i of xs
-        Value temporary;
-        const auto& key = peek(*element.key, temporary);
-        const auto at = key.asInteger() - 1;
-        list = variableHere(*element.container);
-        if (key.is(Kind::Integer) && list && at >= 0 && at < static_cast<std::int64_t>(list->items().size()))
-          return list->items()[static_cast<std::size_t>(at)];
+      if (element.isItemOfVariable) {
+        if (const auto* item = itemInPlace(element)) return *item;
       }
       auto container = containerOf(element.container.get());
       site_ = &node;
@@ -95,12 +90,9 @@ Value Evaluator::needed(Value value) {
   return value;
 }
 
-Value* Evaluator::variableSlot(const Location& location) {
+// What is neither of the frame nor of the run.
+Value* Evaluator::distantSlot(const Location& location) {
   switch (location.kind) {
-    case Location::Kind::Local:
-      return &frame_->slots[location.slot];
-    case Location::Kind::Global:
-      return &frame_->globals[location.slot];
     case Location::Kind::Cell:
       return &frame_->slots[location.slot].as<CellObject>().value;
     case Location::Kind::Property:
@@ -111,10 +103,9 @@ Value* Evaluator::variableSlot(const Location& location) {
       return location.kind == Location::Kind::Property ? &script->slots[location.slot]
                                                        : &script->captures[location.slot]->value;
     }
-    case Location::Kind::Dynamic:
+    default:
       return nullptr;
   }
-  return nullptr;
 }
 
 Value Evaluator::readVariable(const VariableNode& node) {
@@ -186,7 +177,12 @@ Value Evaluator::evalConcat(const ConcatNode& node, Value first, std::size_t fro
   return first;
 }
 
-bool Evaluator::truth(const Node& node) {
+bool Evaluator::truthOfAny(const Node& node) {
+  if (node.kind == NodeKind::Binary) {
+    const auto& binary = static_cast<const BinaryNode&>(node);
+    if (binary.operation == Operator::And) return truth(*binary.left) && truth(*binary.right);
+    if (binary.operation == Operator::Or) return truth(*binary.left) || truth(*binary.right);
+  }
   const auto value = eval(node);
   if (value.is(Kind::Boolean)) return value.asBoolean();
   site_ = &node;
@@ -199,135 +195,20 @@ Value Evaluator::evalNegate(const UnaryNode& node) {
   return Value::real(-value.asReal());
 }
 
-const Value* Evaluator::variableHere(const Node& node) {
-  if (node.kind != NodeKind::Variable) return nullptr;
-  const auto* slot = variableSlot(static_cast<const VariableNode&>(node).location);
-  return slot && !slot->isNothing() ? slot : nullptr;
-}
-
-const Value& Evaluator::peek(const Node& node, Value& temporary) {
-  if (node.kind == NodeKind::Literal) return static_cast<const LiteralNode&>(node).value;
-  if (const auto* value = variableHere(node)) return *value;
-  temporary = eval(node);
-  return temporary;
-}
-
-namespace {
-
-bool isSimple(const Node& node) {
-  return node.kind == NodeKind::Literal || node.kind == NodeKind::Variable;
-}
-
-}  // namespace
-
-const Value* Evaluator::listOfItem(const ElementNode& node) {
-  if (node.form != SpecifierForm::Index || node.classCode != code("cobj") || !node.container || node.test)
-    return nullptr;
-  // A key that may be computed again when this turns out not to be the common case.
-  const auto& key = *node.key;
-  const bool again =
-      isSimple(key) || (key.kind == NodeKind::Binary && isSimple(*static_cast<const BinaryNode&>(key).left) &&
-                        isSimple(*static_cast<const BinaryNode&>(key).right));
-  if (!again) return nullptr;
-  const auto* list = variableHere(*node.container);
-  return list && list->isList() ? list : nullptr;
-}
-
-namespace {
-
-// Arithmetic and order of two numbers; nullopt leaves the rest (other operators, overflow, division by zero)
-// to others.
-std::optional<Value> ofNumbers(Operator operation, const Value& left, const Value& right) {
-  if (left.is(Kind::Integer) && right.is(Kind::Integer)) {
-    const auto a = left.asInteger();
-    const auto b = right.asInteger();
-    std::int64_t exact = 0;
-    switch (operation) {
-      case Operator::Add:
-        if (!__builtin_add_overflow(a, b, &exact)) return wholeNumber(exact);
-        return std::nullopt;
-      case Operator::Subtract:
-        if (!__builtin_sub_overflow(a, b, &exact)) return wholeNumber(exact);
-        return std::nullopt;
-      case Operator::Multiply:
-        if (!__builtin_mul_overflow(a, b, &exact)) return wholeNumber(exact);
-        return std::nullopt;
-      case Operator::IntegerDivide:
-        if (b > 0) return wholeNumber(a / b);
-        return std::nullopt;
-      case Operator::Modulo:
-        if (b > 0) return Value::integer(a % b);
-        return std::nullopt;
-      case Operator::Less:
-        return Value::boolean(a < b);
-      case Operator::LessOrEqual:
-        return Value::boolean(a <= b);
-      case Operator::Greater:
-        return Value::boolean(a > b);
-      case Operator::GreaterOrEqual:
-        return Value::boolean(a >= b);
-      case Operator::Equal:
-        return Value::boolean(a == b);
-      case Operator::NotEqual:
-        return Value::boolean(a != b);
-      default:
-        return std::nullopt;
-    }
-  }
-  const double a = left.asReal();
-  const double b = right.asReal();
-  double real = 0;
-  switch (operation) {
-    case Operator::Add:
-      real = a + b;
-      break;
-    case Operator::Subtract:
-      real = a - b;
-      break;
-    case Operator::Multiply:
-      real = a * b;
-      break;
-    case Operator::Less:
-      return Value::boolean(a < b);
-    case Operator::LessOrEqual:
-      return Value::boolean(a <= b);
-    case Operator::Greater:
-      return Value::boolean(a > b);
-    case Operator::GreaterOrEqual:
-      return Value::boolean(a >= b);
-    case Operator::Equal:
-      return Value::boolean(a == b);
-    case Operator::NotEqual:
-      return Value::boolean(a != b);
-    default:
-      return std::nullopt;
-  }
-  if (!std::isfinite(real)) return std::nullopt;
-  return Value::real(real);
-}
-
-}  // namespace
-
 Value Evaluator::evalBinary(const BinaryNode& node) {
-  if (node.operation == Operator::And) return Value::boolean(truth(*node.left) && truth(*node.right));
-  if (node.operation == Operator::Or) return Value::boolean(truth(*node.left) || truth(*node.right));
-  Value leftTemporary;
-  Value rightTemporary;
-  // The left variable may be looked at in place unless what stands on the right could change it.
-  const bool simple = isSimple(*node.right);
-  if (!simple) leftTemporary = eval(*node.left);
-  const Value& left = simple ? peek(*node.left, leftTemporary) : leftTemporary;
-  const Value& right = peek(*node.right, rightTemporary);
-  if (left.isNumber() && right.isNumber()) {
-    if (auto result = ofNumbers(node.operation, left, right)) return std::move(*result);
+  if (node.operation == Operator::And || node.operation == Operator::Or) return Value::boolean(truth(node));
+  const auto* leftPlace = inPlace(*node.left);
+  if (const auto* rightPlace = leftPlace ? inPlace(*node.right) : nullptr) {
+    if (auto result = ofNumbers(node.operation, *leftPlace, *rightPlace); !result.isNothing()) return result;
   }
+  // Held, for what stands on the right may change the variable on the left.
+  const Value left = leftPlace ? *leftPlace : eval(*node.left);
+  const Value right = eval(*node.right);
+  if (auto result = ofNumbers(node.operation, left, right); !result.isNothing()) return result;
   site_ = &node;
   if (left.isNothing() || right.isNothing()) raise(error::noResult, wording(error::noResult));
-  // Held, for the operators may ask an application, and that a handler.
-  const Value heldLeft = left;
-  const Value heldRight = right;
-  if (node.operation <= Operator::Power) return arithmetic(node.operation, heldLeft, heldRight);
-  return Value::boolean(compare(node.operation, heldLeft, heldRight));
+  if (node.operation <= Operator::Power) return arithmetic(node.operation, left, right);
+  return Value::boolean(compare(node.operation, left, right));
 }
 
 Value Evaluator::evalCoerce(const CoerceNode& node) {

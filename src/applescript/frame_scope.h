@@ -16,10 +16,10 @@ class Evaluator::FrameScope {
     frame_.me = std::move(me);
     frame_.slots = slots;
     frame_.globals = home->globals->values.data();
-    evaluator_.frame_ = &frame_;
+    enter(&frame_);
   }
   ~FrameScope() {
-    evaluator_.frame_ = previous_;
+    enter(previous_);
     evaluator_.site_ = site_;
   }
   FrameScope(const FrameScope&) = delete;
@@ -28,6 +28,12 @@ class Evaluator::FrameScope {
   Frame& frame() { return frame_; }
 
  private:
+  void enter(Frame* frame) {
+    evaluator_.frame_ = frame;
+    evaluator_.slots_ = frame ? frame->slots : nullptr;
+    evaluator_.globals_ = frame ? frame->globals : nullptr;
+  }
+
   Evaluator& evaluator_;
   Frame* previous_;
   const Node* site_;

@@ -17,7 +17,7 @@ constexpr std::string_view kLanguage = R"xml(<dictionary>
  <class name="date" code="ldt "/><class name="class" plural="classes" code="type"/>
  <class name="constant" code="enum"/><class name="reference" code="obj "/>
  <class name="script" code="scpt"/><class name="handler" code="hand"/>
- <class name="application" code="capp"/><class name="any" plural="anything" code="****"/>
+ <class name="application" code="capp"><synonym name="app"/></class><class name="any" plural="anything" code="****"/>
  <class name="data" plural="data" code="rdat"/><class name="alias" plural="aliases" code="alis"/>
  <class name="file" code="file"/><class name="POSIX file" code="psxf"/>
  <class name="folder" code="cfol"/><class name="disk" code="cdis"/>

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include "applescript/numbers.h"
 #include "base/number.h"
 #include "base/text.h"
 

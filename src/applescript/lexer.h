@@ -38,7 +38,6 @@ struct Token {
 };
 
 inline constexpr std::size_t kLongestLiteral = std::size_t{4} << 20U;  // bytes
-inline constexpr std::int64_t kLargestInteger = 536'870'911;           // what is larger is a real
 
 // Comments and continuation signs are gone; line breaks are tokens, several in a row are one. The last token
 // is End. On failure `tokens` holds what came before.

@@ -4,7 +4,6 @@
 
 #include <fmt/format.h>
 
-#include "applescript/lexer.h"
 #include "base/number.h"
 #include "base/text.h"
 
@@ -67,11 +66,6 @@ Value roundedNumber(double value) {
   if (std::fabs(rounded) <= static_cast<double>(kLargestInteger))
     return Value::integer(static_cast<std::int64_t>(rounded));
   return Value::real(rounded);
-}
-
-Value wholeNumber(std::int64_t value) {
-  if (value >= -kLargestInteger - 1 && value <= kLargestInteger) return Value::integer(value);
-  return Value::real(static_cast<double>(value));
 }
 
 }  // namespace quillbox::applescript

@@ -16,7 +16,12 @@ std::string formatReal(double value);
 std::optional<Value> parseNumber(std::string_view text);
 // An integer while it is one that a script can have, a real beyond; halves go to the even neighbour.
 Value roundedNumber(double value);
+// The largest integer that a script can have; the smallest is its complement.
+constexpr std::int64_t kLargestInteger = 536'870'911;
 // The same for a whole number that has been computed.
-Value wholeNumber(std::int64_t value);
+inline Value wholeNumber(std::int64_t value) {
+  if (value >= -kLargestInteger - 1 && value <= kLargestInteger) return Value::integer(value);
+  return Value::real(static_cast<double>(value));
+}
 
 }  // namespace quillbox::applescript

@@ -32,12 +32,6 @@ void ListObject::chargeItems() {
   charge(sizeof(ListObject) + items_.capacity() * sizeof(Value));
 }
 
-void ListObject::append(Value value) {
-  const auto before = items_.capacity();
-  items_.push_back(std::move(value));
-  if (items_.capacity() != before) chargeItems();
-}
-
 void ListObject::insert(std::size_t index, Value value) {
   items_.insert(items_.begin() + static_cast<std::ptrdiff_t>(index), std::move(value));
   chargeItems();

@@ -35,7 +35,12 @@ class ListObject final : public HeapObject {
 
   const std::vector<Value>& items() const { return items_; }
   void set(std::size_t index, Value value) { items_[index] = std::move(value); }
-  void append(Value value);
+  Value& at(std::size_t index) { return items_[index]; }
+  void append(Value value) {
+    const auto before = items_.capacity();
+    items_.push_back(std::move(value));
+    if (items_.capacity() != before) chargeItems();
+  }
   void insert(std::size_t index, Value value);
   void reserveAndAppend(const std::vector<Value>& more);
 

@@ -1,7 +1,33 @@
 // Scripts, declarations, and the statements of one line.
+#include <algorithm>
+
 #include "applescript/parser.h"
 
 namespace quillbox::applescript {
+
+namespace {
+
+// What `set` can fill: also the parts of a list or a record that it takes apart.
+bool canBeSet(const Node& target) {
+  switch (target.kind) {
+    case NodeKind::Variable:
+    case NodeKind::Property:
+    case NodeKind::Element:
+    case NodeKind::Point:
+    case NodeKind::Result:
+      return true;
+    case NodeKind::List:
+      return std::ranges::all_of(static_cast<const ListNode&>(target).items,
+                                 [](const NodePtr& item) { return canBeSet(*item); });
+    case NodeKind::Record:
+      return std::ranges::all_of(static_cast<const RecordNode&>(target).fields,
+                                 [](const auto& field) { return canBeSet(*field.second); });
+    default:
+      return false;
+  }
+}
+
+}  // namespace
 
 void Parser::scriptBody(ScriptNode& script, bool top) {
   Block statements;
@@ -193,18 +219,8 @@ NodePtr Parser::setStatement(bool copies) {
   }
   auto node = build<SetNode>(start, std::move(target), std::move(value));
   node->copies = copies;
-  switch (node->target->kind) {
-    case NodeKind::Variable:
-    case NodeKind::Property:
-    case NodeKind::Element:
-    case NodeKind::Point:
-    case NodeKind::List:
-    case NodeKind::Record:
-    case NodeKind::Result:
-      break;
-    default:
-      wrongAt(start, error::syntax, wording(error::syntax, {"a variable or a reference", "an expression"}));
-  }
+  if (!canBeSet(*node->target))
+    wrongAt(start, error::syntax, wording(error::syntax, {"a variable or a reference", "an expression"}));
   return node;
 }
 

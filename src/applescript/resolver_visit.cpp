@@ -3,6 +3,24 @@
 
 namespace quillbox::applescript {
 
+namespace {
+
+bool isPlain(const Node& node) {
+  return node.kind == NodeKind::Literal || node.kind == NodeKind::Variable;
+}
+
+bool isItemOfVariable(const ElementNode& node) {
+  if (node.form != SpecifierForm::Index || node.classCode != code("cobj") || node.test) return false;
+  if (!node.container || node.container->kind != NodeKind::Variable) return false;
+  if (isPlain(*node.key)) return true;
+  if (node.key->kind != NodeKind::Binary) return false;
+  const auto& sum = static_cast<const BinaryNode&>(*node.key);
+  return (sum.operation == Operator::Add || sum.operation == Operator::Subtract) && isPlain(*sum.left) &&
+         isPlain(*sum.right);
+}
+
+}  // namespace
+
 void Resolver::visitCall(CallNode& node, HandlerScope& scope) {
   for (const auto& argument : node.arguments) visit(*argument, scope);
   visitIf(node.target, scope);
@@ -71,6 +89,7 @@ void Resolver::visit(Node& node, HandlerScope& scope) {
       auto& element = static_cast<ElementNode&>(node);
       for (const auto* part : {&element.key, &element.secondKey, &element.test, &element.container})
         visitIf(*part, scope);
+      element.isItemOfVariable = isItemOfVariable(element);
       break;
     }
     case NodeKind::Point:
@@ -99,6 +118,8 @@ void Resolver::visit(Node& node, HandlerScope& scope) {
       auto& set = static_cast<SetNode&>(node);
       visit(*set.value, scope);
       visit(*set.target, scope);
+      set.counts =
+          !set.copies && set.target->kind == NodeKind::Variable && set.value->kind == NodeKind::Binary;
       if (set.copies || set.target->kind != NodeKind::Variable || set.value->kind != NodeKind::Concat) break;
       const auto& first = static_cast<ConcatNode&>(*set.value).operands.front();
       set.appends = first->kind == NodeKind::Variable &&

@@ -1,6 +1,7 @@
 // Statements, but for loops and errors.
 #include "applescript/evaluator.h"
 #include "applescript/frame_scope.h"
+#include "applescript/in_place.h"
 #include "applescript/objects.h"
 #include "applescript/printing.h"
 
@@ -8,10 +9,22 @@ namespace quillbox::applescript {
 
 Flow Evaluator::exec(const Block& block) {
   for (const auto& statement : block) {
+    if (statement->kind == NodeKind::Set) {
+      step();
+      dropResult();
+      execSet(static_cast<const SetNode&>(*statement));
+      continue;
+    }
     const auto flow = exec(*statement);
     if (flow != Flow::Next) return flow;
   }
   return Flow::Next;
+}
+
+// What the last statement gave is kept only as long as it must be: a text that grows in a loop has to have
+// one owner.
+void Evaluator::dropResult() {
+  if (!frame_->result.isNothing() && !(frame_->handler && frame_->handler->usesResult)) frame_->result = {};
 }
 
 Flow Evaluator::exec(const Node& node) {
@@ -44,22 +57,24 @@ Flow Evaluator::exec(const Node& node) {
     default:
       break;
   }
-  // What the last statement gave, kept only as long as it must be: a text that grows in a loop has to have
-  // one owner.
-  if (!frame_->handler || !frame_->handler->usesResult) frame_->result = {};
-  if (node.kind == NodeKind::Set) {
-    execSet(static_cast<const SetNode&>(node));
-    return Flow::Next;
-  }
+  dropResult();
   auto value = eval(node);
   if (node.keepsResult) frame_->result = std::move(value);
   return Flow::Next;
 }
 
 void Evaluator::execSet(const SetNode& node) {
+  site_ = &node;
+  if (node.counts && !node.keepsResult && countInPlace(node)) return;
   if (node.appends && appendInPlace(node)) return;
-  auto value = eval(*node.value);
-  if (value.isNothing()) raise(error::noResult, wording(error::noResult));
+  Value value;
+  if (node.value->kind == NodeKind::Binary) {
+    value = evalBinary(static_cast<const BinaryNode&>(*node.value));
+  } else if (const auto* place = inPlace(*node.value)) {
+    value = *place;
+  } else {
+    value = needed(eval(*node.value));
+  }
   site_ = &node;
   if (node.copies) value = copy(value);
   if (node.keepsResult) frame_->result = value;
@@ -74,18 +89,12 @@ void Evaluator::execSet(const SetNode& node) {
   if (node.target->kind == NodeKind::Point) {
     const auto& point = static_cast<const PointNode&>(*node.target);
     const auto* list =
-        point.form == SpecifierForm::End && point.container ? variableHere(*point.container) : nullptr;
+        point.form == SpecifierForm::End && point.container ? inPlace(*point.container) : nullptr;
     if (list && list->isList()) return list->as<ListObject>().append(std::move(value));
   }
   if (node.target->kind == NodeKind::Element) {
     const auto& element = static_cast<const ElementNode&>(*node.target);
-    if (const auto* list = listOfItem(element)) {
-      Value temporary;
-      const auto& key = peek(*element.key, temporary);
-      const auto at = key.asInteger() - 1;
-      if (key.is(Kind::Integer) && at >= 0 && at < static_cast<std::int64_t>(list->items().size()))
-        return list->as<ListObject>().set(static_cast<std::size_t>(at), std::move(value));
-    }
+    if (auto* item = element.isItemOfVariable ? itemInPlace(element) : nullptr) return item->swap(value);
   }
   assign(*node.target, std::move(value));
 }

@@ -1,17 +1,16 @@
 // Loops.
 #include "applescript/evaluator.h"
+#include "applescript/in_place.h"
 #include "applescript/numbers.h"
 
 namespace quillbox::applescript {
 
 Flow Evaluator::execRepeat(const RepeatNode& node) {
-  // How a pass through the body ends the loop: nullopt goes on.
-  const auto pass = [&]() -> std::optional<Flow> {
+  auto flow = Flow::Next;
+  const auto pass = [&] {
     step();
-    const auto flow = exec(node.body);
-    if (flow == Flow::Return) return Flow::Return;
-    if (flow == Flow::ExitRepeat) return Flow::Next;
-    return std::nullopt;
+    flow = exec(node.body);
+    return flow == Flow::Next;
   };
   switch (node.form) {
     case RepeatNode::Form::Counting:
@@ -19,24 +18,25 @@ Flow Evaluator::execRepeat(const RepeatNode& node) {
     case RepeatNode::Form::Items:
       return execItems(node);
     case RepeatNode::Form::Forever:
-      for (;;) {
-        if (const auto end = pass()) return *end;
+      while (pass()) {
       }
+      break;
     case RepeatNode::Form::Times: {
       const auto times = toInteger(eval(*node.first));
-      for (std::int64_t i = 0; i < times; ++i) {
-        if (const auto end = pass()) return *end;
+      for (std::int64_t i = 0; i < times && pass(); ++i) {
       }
-      return Flow::Next;
+      break;
     }
     case RepeatNode::Form::While:
-    case RepeatNode::Form::Until:
-      while (truth(*node.first) == (node.form == RepeatNode::Form::While)) {
-        if (const auto end = pass()) return *end;
+      while (truth(*node.first) && pass()) {
       }
-      return Flow::Next;
+      break;
+    case RepeatNode::Form::Until:
+      while (!truth(*node.first) && pass()) {
+      }
+      break;
   }
-  return Flow::Next;
+  return flow == Flow::Return ? flow : Flow::Next;
 }
 
 Flow Evaluator::execCounting(const RepeatNode& node) {
@@ -56,11 +56,13 @@ Flow Evaluator::execCounting(const RepeatNode& node) {
     if (up ? now > end : now < end) return Flow::Next;
     this->step();
     // The body may change the variable; the count goes on all the same.
-    auto value = whole ? wholeNumber(integer) : Value::real(real);
-    if (slot) {
-      slot->swap(value);
-    } else {
-      assignVariable(variable, std::move(value));
+    if (!whole || !slot || !slot->is(Kind::Integer) || !slot->replaceInteger(integer, kLargestInteger)) {
+      auto value = whole ? wholeNumber(integer) : Value::real(real);
+      if (slot) {
+        slot->swap(value);
+      } else {
+        assignVariable(variable, std::move(value));
+      }
     }
     const auto flow = exec(node.body);
     if (flow == Flow::Return) return flow;

@@ -222,10 +222,15 @@ std::optional<std::pair<std::size_t, std::size_t>> TextComparer::find(std::strin
 }
 
 std::vector<std::pair<std::size_t, std::size_t>> TextComparer::findAll(
-    std::string_view text, const std::vector<std::string_view>& needles) const {
+    std::string_view text, std::span<const std::string_view> needles) const {
   std::vector<std::pair<std::size_t, std::size_t>> found;
   const bool direct =
       std::ranges::all_of(needles, [&](const auto& needle) { return isDirect(text, needle); });
+  if (direct && needles.size() == 1) {
+    for (auto match = find(text, needles.front()); match; match = find(text, needles.front(), match->second))
+      found.push_back(*match);
+    return found;
+  }
   // Folded once, so that many matches do not fold the rest of the text many times.
   Folded folded;
   std::vector<std::string> keys;

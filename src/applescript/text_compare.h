@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -40,8 +41,8 @@ class TextComparer {
   std::optional<std::pair<std::size_t, std::size_t>> find(std::string_view text, std::string_view needle,
                                                           std::size_t from = 0) const;
   // Every match of any of the needles, in order, none overlapping: where a text is split.
-  std::vector<std::pair<std::size_t, std::size_t>> findAll(
-      std::string_view text, const std::vector<std::string_view>& needles) const;
+  std::vector<std::pair<std::size_t, std::size_t>> findAll(std::string_view text,
+                                                           std::span<const std::string_view> needles) const;
   bool contains(std::string_view text, std::string_view part) const;
   bool beginsWith(std::string_view text, std::string_view part) const;
   bool endsWith(std::string_view text, std::string_view part) const;

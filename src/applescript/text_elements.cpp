@@ -1,6 +1,7 @@
 // Characters, words, paragraphs and text items.
 #include <algorithm>
 #include <array>
+#include <span>
 
 #include "applescript/evaluator.h"
 #include "applescript/objects.h"
@@ -20,16 +21,23 @@ bool isTextClass(Code classCode) {
 // Where the text items lie, as byte ranges.
 std::vector<std::pair<std::size_t, std::size_t>> Evaluator::textItems(const Value& text) {
   const auto utf8 = text.asText();
-  std::vector<std::string> kept;
   const auto delimiters = operand(delimiters_);
-  if (delimiters.isList()) {
-    for (const auto& delimiter : delimiters.items()) kept.push_back(toText(delimiter));
+  const std::span<const Value> all =
+      delimiters.isList() ? std::span(delimiters.items()) : std::span(&delimiters, 1);
+  // Most often there is one, and it is a text.
+  std::vector<Value> texts;
+  std::vector<std::string_view> several;
+  std::string_view one;
+  std::span<const std::string_view> needles;
+  if (all.size() == 1 && all.front().isText()) {
+    one = all.front().asText();
+    if (!one.empty()) needles = {&one, 1};
   } else {
-    kept.push_back(toText(delimiters));
-  }
-  std::vector<std::string_view> needles;
-  for (const auto& delimiter : kept) {
-    if (!delimiter.empty()) needles.push_back(delimiter);
+    for (const auto& delimiter : all) texts.push_back(Value::text(toText(delimiter)));
+    for (const auto& delimiter : texts) {
+      if (!delimiter.asText().empty()) several.push_back(delimiter.asText());
+    }
+    needles = several;
   }
   std::vector<std::pair<std::size_t, std::size_t>> items;
   if (needles.empty()) {
@@ -41,10 +49,12 @@ std::vector<std::pair<std::size_t, std::size_t>> Evaluator::textItems(const Valu
     return items;
   }
   if (utf8.empty()) return items;
+  // Where the delimiters lie becomes what lies between them.
+  items = texts_.findAll(utf8, needles);
   std::size_t begin = 0;
-  for (const auto& [from, to] : texts_.findAll(utf8, needles)) {
-    items.emplace_back(begin, from);
-    begin = to;
+  for (auto& [from, to] : items) {
+    std::swap(begin, from);
+    std::swap(begin, to);
   }
   items.emplace_back(begin, utf8.size());
   return items;
@@ -79,29 +89,31 @@ std::vector<Value> Evaluator::elementsOfText(const Value& text, Code classCode) 
   std::vector<Value> pieces;
   if (classCode == code("citm")) {
     const auto utf8 = text.asText();
-    for (const auto& [begin, end] : textItems(text))
+    const auto items = textItems(text);
+    pieces.reserve(items.size());
+    for (const auto& [begin, end] : items)
       pieces.push_back(Value::text(std::string(utf8.substr(begin, end - begin))));
     return pieces;
   }
   const auto count = countOfText(text, classCode);
   pieces.reserve(count);
-  const bool characters = classCode == code("cha ") || classCode == code("cobj");
+  if (classCode != code("cha ") && classCode != code("cobj")) {
+    for (std::size_t i = 0; i < count; ++i) pieces.push_back(textPiece(text, classCode, i));
+    return pieces;
+  }
   // The same letter is the same value however often it occurs.
   std::array<Value, 128> letters;
   const auto utf8 = text.asText();
   const auto& index = text.as<TextObject>().index();
   for (std::size_t i = 0; i < count; ++i) {
-    if (characters) {
-      const auto span = index.character(i);
-      const auto first = static_cast<unsigned char>(utf8[span.begin]);
-      if (span.end - span.begin == 1 && first < letters.size()) {
-        if (letters[first].isNothing())
-          letters[first] = Value::text(std::string(1, static_cast<char>(first)));
-        pieces.push_back(letters[first]);
-        continue;
-      }
+    const auto span = index.character(i);
+    const auto first = static_cast<unsigned char>(utf8[span.begin]);
+    if (span.end - span.begin == 1 && first < letters.size()) {
+      if (letters[first].isNothing()) letters[first] = Value::text(std::string(1, static_cast<char>(first)));
+      pieces.push_back(letters[first]);
+    } else {
+      pieces.push_back(textPiece(text, classCode, i));
     }
-    pieces.push_back(textPiece(text, classCode, i));
   }
   return pieces;
 }

@@ -92,6 +92,7 @@ const std::vector<Span>& TextIndex::paragraphs() const {
   const auto size = static_cast<std::uint32_t>(text_.size());
   for (std::uint32_t i = 0; i < size; ++i) {
     const char c = text_[i];
+    if (c != '\n' && c != '\r' && c != '\xE2') continue;
     std::uint32_t width = 0;
     if (c == '\n') width = 1;
     if (c == '\r') width = i + 1 < size && text_[i + 1] == '\n' ? 2 : 1;

@@ -137,6 +137,13 @@ class Value {
   bool isRecord() const noexcept { return is(Kind::Record); }
   bool isNumber() const noexcept { return is(Kind::Integer) || is(Kind::Real); }
 
+  // Of an integer: another one in its place, when it lies within ±largest. False leaves it as it was.
+  bool replaceInteger(std::int64_t value, std::int64_t largest) noexcept {
+    if (value > largest || value < -largest) return false;
+    integer_ = value;
+    return true;
+  }
+
   bool asBoolean() const noexcept { return is(Kind::Boolean) && integer_ != 0; }
   std::int64_t asInteger() const noexcept { return is(Kind::Integer) ? integer_ : 0; }
   double asReal() const noexcept;  // of integers too

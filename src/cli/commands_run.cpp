@@ -65,7 +65,7 @@ Result<std::string> runScript(const RunOptions& options, std::string_view source
   }
   if (!result) return std::unexpected(errorOf(result.error(), name));
   if (form == OutputForm::json) return descriptorJson(*result);
-  return result->isNull() ? std::string() : result->description();
+  return (*script)->resultInSourceForm().value_or(result->isNull() ? std::string() : result->description());
 }
 
 }  // namespace

@@ -51,6 +51,9 @@ class CompiledScript {
   virtual ScriptResult run() = 0;
   // Runs the handler that the event names. An unknown handler gives -1708.
   virtual ScriptResult execute(const AppleEvent& event) = 0;
+  // What the last of these calls gave, as a script would write it: {"a", 4.0, mailbox "x" of …}. Empty when
+  // it gave no result or an error; nullopt where the engine cannot tell.
+  virtual std::optional<std::string> resultInSourceForm() const { return std::nullopt; }
 };
 
 // May be called from any thread, several at a time; each call makes a script object of its own.

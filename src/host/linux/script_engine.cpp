@@ -79,9 +79,12 @@ class InterpretedScript final : public CompiledScript {
     return answer(interpreter_.call(handler, std::move(arguments)));
   }
 
+  std::optional<std::string> resultInSourceForm() const override { return interpreter_.source(last_); }
+
  private:
   ScriptResult answer(const as::Outcome<as::Value>& outcome) {
     const auto finished = host_->finish();
+    last_ = outcome && finished ? *outcome : as::Value::nothing();
     if (!outcome) return std::unexpected(errorOf(outcome.error()));
     if (!finished) {
       return std::unexpected(ScriptError{finished.error().message, finished.error().number, {}, {}, false});
@@ -91,6 +94,7 @@ class InterpretedScript final : public CompiledScript {
 
   std::unique_ptr<RunHost> host_;  // before the interpreter, which uses it to its end
   as::Interpreter interpreter_;
+  as::Value last_;  // after the interpreter, which it must not outlive
 };
 
 }  // namespace

@@ -10,23 +10,13 @@
 
 #include <fmt/format.h>
 
-#include "applescript/code.h"
-#include "applescript/terminology.h"
+#include "applescript/printing.h"
 
 namespace quillbox {
 namespace {
 
 using applescript::Kind;
 using applescript::Value;
-
-std::string termOf(const Value& value) {
-  std::string_view name;
-  if (const auto* terms = value.terms()) {
-    name =
-        value.is(Kind::Constant) ? terms->enumeratorName(value.asCode()) : terms->className(value.asCode());
-  }
-  return name.empty() ? applescript::codeText(value.asCode()) : std::string(name);
-}
 
 std::string isoDate(std::int64_t localSeconds) {
   using namespace std::chrono;
@@ -59,9 +49,9 @@ Descriptor descriptorOf(const Value& value, const ValuePrinter& print) {
     case Kind::Text:
       return Descriptor::text(std::string(value.asText()));
     case Kind::ClassName:
-      return Descriptor::symbol(fourCC("type"), termOf(value));
+      return Descriptor::symbol(fourCC("type"), applescript::classTerm(value.asCode(), value.terms()));
     case Kind::Constant:
-      return Descriptor::symbol(fourCC("enum"), termOf(value));
+      return Descriptor::symbol(fourCC("enum"), applescript::constantTerm(value.asCode(), value.terms()));
     case Kind::Date:
       return Descriptor::symbol(fourCC("ldt "), isoDate(value.asDate()));
     case Kind::List: {

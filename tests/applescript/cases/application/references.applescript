@@ -135,3 +135,9 @@ end tell
 -- References are compared by their structure.
 tell application "Depot" to get {shelf 1 is main shelf, (get shelf 1) is not (get shelf 2), shelf of crate 1 of shelf 1 = main shelf}
 -- expect: {true, true, true}
+----
+tell app "Depot" to get name
+-- expect: "Depot"
+----
+name of app "Depot"
+-- expect: "Depot"

@@ -98,3 +98,9 @@ ignoring application responses
 	1 + 1
 end ignoring
 -- expect: 2
+----
+-- A search finds what equality would: composed characters, and nothing less than a whole one.
+set composed to character id 233
+set decomposed to "e" & character id 769
+{composed contains decomposed, "x" & decomposed ends with composed, decomposed contains "e", decomposed begins with "e"}
+-- expect: {true, true, false, false}

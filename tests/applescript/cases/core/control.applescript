@@ -242,3 +242,25 @@ with timeout 1 second
 	1 + 1
 end
 -- expect: 2
+----
+-- Counting past the largest integer goes on with reals, in a variable as in a loop.
+set n to 536870910
+set found to {}
+repeat 2 times
+	set n to n + 1
+	set end of found to n
+end repeat
+repeat with i from 536870911 to 536870912
+	set end of found to class of i
+end repeat
+found
+-- expect: {536870911, 5.36870912E+8, integer, real}
+----
+-- The left operand is what it was before the right one changed it.
+property n : 1
+on raise()
+	set n to n + 10
+	return n
+end raise
+{n + raise(), n - (raise() - n)}
+-- expect: {12, 11}

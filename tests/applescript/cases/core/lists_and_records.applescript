@@ -159,3 +159,19 @@ end tell
 set r to {a:1, b:{c:2}}
 tell r to {its a, c of its b}
 -- expect: {1, 2}
+----
+-- A list that is taken apart into itself is read before it is written.
+set x to {1, 2, 3}
+set {item 2 of x, item 3 of x, item 1 of x} to x
+x
+-- expect: {3, 1, 2}
+----
+-- Items that lists share are the same objects, those that are numbers are not.
+set x to {{1}, 2}
+set y to item 1 of x
+set n to item 2 of x
+set end of item 1 of x to 5
+set n to n + 1
+set item 2 of x to item 2 of x + 10
+{x, y, n}
+-- expect: {{{1, 5}, 12}, {1, 5}, 3}

@@ -105,3 +105,9 @@ end f
 ----
 "unknown escape \q"
 -- expect syntax error
+----
+set {a, -b} to {1, 2}
+-- expect syntax error at 1:1
+----
+set {x:1 + 1} to {x:2}
+-- expect syntax error at 1:1
