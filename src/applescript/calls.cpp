@@ -39,7 +39,7 @@ Evaluator::Found Evaluator::findHandlerAround(ScriptInstance* home, const Name& 
 
 void Evaluator::enterCall() {
   step();
-  if (depth_ >= limits_.handlerDepth || stackUsedSince(stackStart_) > limits_.stackBytes)
+  if (depth_ >= limits_.handlerDepth || stackUsedSince(stackStart_) > stackBytes_)
     raise(error::stackOverflow, wording(error::stackOverflow));
 }
 

@@ -253,7 +253,7 @@ class Copier {
 }  // namespace
 
 Value Evaluator::copy(const Value& value) {
-  Copier copier(stackStart_, limits_.stackBytes);
+  Copier copier(stackStart_, stackBytes_);
   auto result = copier.copy(dereferenced(value));
   if (copier.tooDeep()) raise(error::stackOverflow, wording(error::stackOverflow));
   return result;

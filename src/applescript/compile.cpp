@@ -1,6 +1,9 @@
 // From source text to a program, with everything that can be wrong about it.
+#include <new>
+
 #include "applescript/interpreter.h"
 #include "applescript/lexer.h"
+#include "applescript/own_stack.h"
 #include "applescript/parser.h"
 #include "applescript/resolver.h"
 
@@ -9,6 +12,14 @@ namespace quillbox::applescript {
 namespace {
 
 constexpr std::size_t kLongestSource = std::size_t{16} << 20U;  // bytes
+
+std::shared_ptr<Program> parsed(std::string_view source, const std::vector<Token>& tokens, Host& host) {
+  auto program = std::make_shared<Program>();
+  program->source = source;
+  program->script = Parser(source, tokens, host).parse();
+  resolve(*program);
+  return program;
+}
 
 }  // namespace
 
@@ -26,14 +37,14 @@ Outcome<std::shared_ptr<const Program>> compile(std::string_view source, Host& h
   try {
     std::vector<Token> tokens;
     if (auto done = tokenize(source, tokens); !done) return std::unexpected(std::move(done.error()));
-    auto program = std::make_shared<Program>();
-    program->source = source;
-    program->script = Parser(source, tokens, host).parse();
-    resolve(*program);
+    std::shared_ptr<Program> program;
+    runOnOwnStack(kParserStack, [&] { program = parsed(source, tokens, host); });
     return program;
   } catch (SyntaxError& problem) {
     return std::unexpected(std::move(problem.failure));
   } catch (const OutOfScriptMemory&) {
+    return tooLong();
+  } catch (const std::bad_alloc&) {
     return tooLong();
   }
 }

@@ -6,6 +6,7 @@
 #include <fmt/format.h>
 
 #include "applescript/frame_scope.h"
+#include "applescript/own_stack.h"
 #include "applescript/printing.h"
 #include "applescript/stack.h"
 
@@ -24,6 +25,7 @@ Evaluator::Evaluator(std::shared_ptr<const Program> program, Host& host, Limits 
       host_(host),
       limits_(limits),
       heap_(limits.memoryBytes),
+      stackBytes_(stackOfThisBuild(limits.stackBytes)),
       timeout_(kDefaultTimeout) {}
 
 Evaluator::~Evaluator() {
@@ -55,6 +57,22 @@ Evaluator::SlotScope::~SlotScope() {
 
 template <class Work>
 Outcome<Value> Evaluator::guarded(Work work) {
+  // A handler of this script may be called again by an application that it told something.
+  if (runs_ > 0) return guardedHere(work);
+  Outcome<Value> outcome;
+  try {
+    runOnOwnStack(limits_.stackBytes, [&] { outcome = guardedHere(work); });
+  } catch (const std::bad_alloc&) {
+    Failure failure;
+    failure.number = error::outOfMemory;
+    failure.message = wording(error::outOfMemory);
+    return std::unexpected(std::move(failure));
+  }
+  return outcome;
+}
+
+template <class Work>
+Outcome<Value> Evaluator::guardedHere(Work& work) {
   const Heap::Scope heap(&heap_);
   if (runs_++ == 0) {
     stackStart_ = stackPosition();
@@ -63,7 +81,6 @@ Outcome<Value> Evaluator::guarded(Work work) {
     nextCheck_ = 0;
     depth_ = 0;
   }
-  // A handler of this script may be called again by an application that it told something.
   struct Leave {
     int& runs;
     ~Leave() { --runs; }

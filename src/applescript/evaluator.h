@@ -72,6 +72,8 @@ class Evaluator {
   // Entry, frames and limits (evaluator.cpp).
   template <class Work>
   Outcome<Value> guarded(Work work);
+  template <class Work>
+  Outcome<Value> guardedHere(Work& work);
   Ref<ScriptInstance> load(std::shared_ptr<const Program> program);
   Ref<ScriptInstance> instantiate(const ScriptNode& node, Frame* around, Ref<GlobalsObject> globals);
   void step() {
@@ -267,6 +269,7 @@ class Evaluator {
   Host& host_;
   Limits limits_;
   Heap heap_;
+  std::size_t stackBytes_;
   std::atomic<bool> cancelled_ = false;
 
   Ref<ScriptInstance> main_;

@@ -1,9 +1,11 @@
 // AppleScript: compile a text, run it, call its handlers, print what comes back.
 //
-//   auto program = compile(source, host);             // a syntax error has line, column and number -2740 or
-//   -2741 Interpreter run(*program, host, Limits{}); auto result = run.run();                          // or
-//   run.call("processMessages", {Value::list(...)}) if (result) puts(run.source(*result).c_str());    //
-//   {"a", 2, mailbox "INBOX" of account "Work"}
+//   auto program = compile(source, host);
+//   if (!program) return program.error();   // has line, column and number -2740 or -2741
+//
+//   Interpreter interpreter(*program, host, Limits{});
+//   auto result = interpreter.run();        // or call("processMessages", {Value::list(...)})
+//   if (result) puts(interpreter.source(*result).c_str());  // {"a", 2, mailbox "INBOX" of account "Work"}
 #pragma once
 
 #include <chrono>
@@ -27,7 +29,7 @@ struct Limits {
   std::chrono::nanoseconds time{0};                 // 0 is without limit: -4021
   std::size_t memoryBytes = std::size_t{1} << 30U;  // -108
   std::size_t handlerDepth = 10'000;                // -2706
-  std::size_t stackBytes = std::size_t{4} << 20U;   // of the calling thread's stack: -2706
+  std::size_t stackBytes = std::size_t{16} << 20U;  // of a stack of its own, in an optimised build: -2706
 };
 
 struct Program;

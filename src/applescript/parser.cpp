@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include "applescript/own_stack.h"
 #include "applescript/stack.h"
 
 namespace quillbox::applescript {
@@ -9,7 +10,6 @@ namespace quillbox::applescript {
 namespace {
 
 constexpr std::uint16_t kDeepestTree = 2000;
-constexpr std::size_t kStackBytes = std::size_t{2} << 20U;
 
 const std::unordered_set<std::string_view>& reservedWords() {
   static const std::unordered_set<std::string_view> words = {
@@ -210,7 +210,7 @@ void Parser::noteLineApplications() {
 }
 
 void Parser::guardStack() {
-  if (stackUsedSince(stackStart_) < kStackBytes) return;
+  if (stackUsedSince(stackStart_) < stackOfThisBuild(kParserStack)) return;
   wrongAt(token(), error::syntax, wording(error::syntax, {"a simpler script", "one that nests too deeply"}));
 }
 

@@ -25,6 +25,9 @@ bool isReserved(std::string_view word);
 // above, from, thru ...: the labels of handler parameters.
 bool isPreposition(std::string_view word);
 
+// How much of the stack that it is called on the parser uses before it gives up, in an optimised build.
+constexpr std::size_t kParserStack = std::size_t{2} << 20U;
+
 // What surrounds an expression and ends it early.
 struct Stops {
   const Command* command = nullptr;  // the one outside: its parameters' names come before operators

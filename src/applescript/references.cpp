@@ -42,8 +42,7 @@ Value Evaluator::contents(const Value& value) {
 }
 
 Value Evaluator::resolveLocal(const SpecifierObject& specifier) {
-  if (stackUsedSince(stackStart_) > limits_.stackBytes)
-    raise(error::stackOverflow, wording(error::stackOverflow));
+  if (stackUsedSince(stackStart_) > stackBytes_) raise(error::stackOverflow, wording(error::stackOverflow));
   if (specifier.form == SpecifierForm::Variable)
     return specifier.key.is(Kind::Cell) ? specifier.key.as<CellObject>().value : specifier.key;
   const auto container = dereferenced(specifier.container);

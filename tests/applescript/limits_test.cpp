@@ -2,8 +2,10 @@
 #include <atomic>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include <gtest/gtest.h>
+#include <pthread.h>
 
 #include "applescript/interpreter.h"
 #include "snippet.h"
@@ -87,6 +89,32 @@ TEST(Limits, RecursionWithoutEndIsAnErrorThatCanBeCaught) {
   EXPECT_EQ(outcomeOf("script a\non g()\ntell me to run\nend g\ng()\nend script\nrun a"), "error -2706");
   EXPECT_EQ(outcomeOf("on f(n)\nif n = 0 then return 0\nreturn 1 + f(n - 1)\nend f\nf(2000)"), "2000");
   EXPECT_EQ(outcomeOf("set s to \"run script s\"\nrun script s"), "error -2753");
+}
+
+// Also on a thread that has hardly any stack itself, and with an expression that nests in each call.
+TEST(Limits, RecursionDoesNotDependOnTheStackOfTheThread) {
+  struct Row {
+    std::string source;
+    std::string outcome;
+  };
+  const std::vector<Row> rows = {
+      {"on f(n)\nif n = 0 then return 0\nreturn 1 + f(n - 1)\nend f\nf(2000)", "2000"},
+      {"on f()\nf()\nend f\nf()", "error -2706"},
+      {"on f()\nreturn " + repeated("{", 500) + "f()" + repeated("}", 500) + "\nend f\nf()", "error -2706"},
+      {"count " + repeated("{", 900) + repeated("}", 900), "1"},
+  };
+  pthread_attr_t attributes;
+  ASSERT_EQ(pthread_attr_init(&attributes), 0);
+  ASSERT_EQ(pthread_attr_setstacksize(&attributes, std::size_t{512} << 10U), 0);
+  pthread_t thread{};
+  const auto work = [](void* given) -> void* {
+    for (const auto& row : *static_cast<const std::vector<Row>*>(given))
+      EXPECT_EQ(outcomeOf(row.source), row.outcome) << row.source.substr(0, 40);
+    return nullptr;
+  };
+  ASSERT_EQ(pthread_create(&thread, &attributes, work, const_cast<std::vector<Row>*>(&rows)), 0);
+  pthread_join(thread, nullptr);
+  pthread_attr_destroy(&attributes);
 }
 
 TEST(Limits, DeepAndCircularValuesPrintCompareCopyAndDie) {
