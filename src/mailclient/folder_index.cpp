@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <iterator>
 #include <tuple>
 
 #include "mailclient/message_name.h"
@@ -9,10 +10,9 @@
 namespace quillbox::mailclient {
 namespace {
 
-struct Key {
-  std::int64_t time;
-  std::string_view name;
-};
+constexpr int kListings = 6;
+// Coarser than the clocks of file systems are.
+constexpr auto kQuietAfter = std::chrono::seconds(2);
 
 // The order of files(): later first, then by the lasting part of the name, cur before new.
 bool isBefore(const MessageFile& a, std::int64_t aTime, const MessageFile& b, std::int64_t bTime) {
@@ -24,7 +24,20 @@ bool isBefore(const MessageFile& a, std::int64_t aTime, const MessageFile& b, st
 
 }  // namespace
 
-Result<FolderIndex> FolderIndex::scan(FileSystem& files, const Path& folder) {
+Result<FolderIndex> FolderIndex::scan(FileSystem& files, const Clock& clock, const Path& folder) {
+  auto index = list(files, clock, folder);
+  for (int count = 1; index && !index->isQuiet_ && count < kListings; ++count) {
+    auto again = list(files, clock, folder);
+    if (!again) return again;
+    const bool isMissingSome = again->isMissingAnyOf(*index, files, folder);
+    const bool isAlike = !isMissingSome && again->files_.size() == index->files_.size();
+    index = std::move(again);
+    if (isAlike) break;
+  }
+  return index;
+}
+
+Result<FolderIndex> FolderIndex::list(FileSystem& files, const Clock& clock, const Path& folder) {
   FolderIndex index;
   const auto listOne = [&](const char* part, Subfolder subfolder,
                            std::chrono::nanoseconds& modified) -> Result<void> {
@@ -43,27 +56,68 @@ Result<FolderIndex> FolderIndex::scan(FileSystem& files, const Path& folder) {
       return true;
     });
   };
+  const auto now = clock.now();
   // new/ first: a message that another reader moves to cur/ meanwhile is then seen twice rather than never.
   if (auto done = listOne("new", Subfolder::fresh, index.newModified_); !done) return forward(done);
   if (auto done = listOne("cur", Subfolder::current, index.curModified_); !done) return forward(done);
+  const auto isOld = [&](std::chrono::nanoseconds modified) {
+    return std::chrono::abs(now - modified) > kQuietAfter;
+  };
+  index.isQuiet_ = isOld(index.curModified_) && isOld(index.newModified_) && index.areTimes(files, folder);
+  index.sort();
+  index.removeFormerNames(files, folder);
+  return index;
+}
 
+void FolderIndex::sort() {
   std::vector<std::pair<std::int64_t, MessageFile>> keyed;
-  keyed.reserve(index.files_.size());
-  for (auto& file : index.files_) {
+  keyed.reserve(files_.size());
+  for (auto& file : files_) {
     const auto time = deliveryTime(file.name);
     keyed.emplace_back(time, std::move(file));
   }
   std::ranges::sort(
       keyed, [](const auto& a, const auto& b) { return isBefore(a.second, a.first, b.second, b.first); });
-  index.files_.clear();
-  for (auto& [time, file] : keyed) {
-    const bool again = !index.files_.empty() && file.subfolder == Subfolder::fresh &&
-                       index.files_.back().subfolder == Subfolder::current &&
-                       stableId(index.files_.back().name) == stableId(file.name) &&
-                       !files.info(file.path(folder), FollowLinks::no);
-    if (!again) index.files_.push_back(std::move(file));
+  files_.clear();
+  for (auto& [time, file] : keyed) files_.push_back(std::move(file));
+}
+
+void FolderIndex::removeFormerNames(FileSystem& files, const Path& folder) {
+  const auto isSame = [](const MessageFile& a, const MessageFile& b) {
+    return stableId(a.name) == stableId(b.name);
+  };
+  const auto isThere = [&](const MessageFile& file) {
+    return files.info(file.path(folder), FollowLinks::no).has_value();
+  };
+  auto first = files_.begin();
+  while ((first = std::adjacent_find(first, files_.end(), isSame)) != files_.end()) {
+    // When both are gone the message was renamed again, or removed: who uses the second will see.
+    if (const auto second = std::next(first); !isThere(*first)) {
+      first = files_.erase(first);
+    } else if (!isThere(*second)) {
+      files_.erase(second);
+    } else {
+      ++first;
+    }
   }
-  return index;
+}
+
+bool FolderIndex::isMissingAnyOf(const FolderIndex& before, FileSystem& files, const Path& folder) {
+  std::vector<MessageFile> missed;
+  bool isMissingSome = false;
+  for (const auto& file : before.files_) {
+    if (find(stableId(file.name)) != nullptr) continue;
+    if (files.info(file.path(folder), FollowLinks::no)) {
+      missed.push_back(file);
+    } else {
+      isMissingSome = true;
+    }
+  }
+  if (!missed.empty()) {
+    std::ranges::move(missed, std::back_inserter(files_));
+    sort();
+  }
+  return isMissingSome;
 }
 
 const MessageFile* FolderIndex::find(std::string_view id) const {
@@ -87,11 +141,15 @@ void FolderIndex::removed(std::string_view id) {
 }
 
 bool FolderIndex::isCurrent(FileSystem& files, const Path& folder) const {
+  return isQuiet_ && changed_.empty() && areTimes(files, folder);
+}
+
+bool FolderIndex::areTimes(FileSystem& files, const Path& folder) const {
   const auto same = [&](const char* part, std::chrono::nanoseconds modified) {
     const auto info = files.info(folder / part);
     return info ? info->modified == modified : modified == std::chrono::nanoseconds(0);
   };
-  return changed_.empty() && same("cur", curModified_) && same("new", newModified_);
+  return same("cur", curModified_) && same("new", newModified_);
 }
 
 }  // namespace quillbox::mailclient

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "base/result.h"
+#include "platform/clock.h"
 #include "platform/file_system.h"
 
 namespace quillbox::mailclient {
@@ -32,9 +33,12 @@ struct MessageFile {
 // A snapshot, kept right for our own changes. About 120 bytes a message.
 class FolderIndex {
  public:
-  // Lists cur/ and new/. Hidden names, folders and special files are no messages. Fails with ENOENT when the
-  // folder is gone.
-  static Result<FolderIndex> scan(FileSystem& files, const Path& folder);
+  // Lists cur/ and new/, each message once. Hidden names, folders and special files are no messages. Fails
+  // with ENOENT when the folder is gone.
+  //
+  // A directory that others change while it is listed may show a renamed file under both of its names or
+  // under none. Then it is listed again, until two listings in a row are alike.
+  static Result<FolderIndex> scan(FileSystem& files, const Clock& clock, const Path& folder);
 
   // Newest first, by the time with which a delivery agent begins a name; equal times by name.
   const std::vector<MessageFile>& files() const { return files_; }
@@ -46,15 +50,27 @@ class FolderIndex {
   void renamed(std::string_view id, MessageFile file);
   void removed(std::string_view id);
 
-  // Whether the directories are as they were when they were listed. A change within the second of the listing
-  // cannot be told by the times, so a listing that young counts as changed.
+  // Whether the directories are as they were when they were listed. A change in the moment of the listing
+  // cannot be told by the times, so a listing of folders that had just been changed counts as changed.
   bool isCurrent(FileSystem& files, const Path& folder) const;
+  // Whether nobody changed the folder while it was listed, nor just before.
+  bool isQuiet() const { return isQuiet_; }
 
  private:
+  static Result<FolderIndex> list(FileSystem& files, const Clock& clock, const Path& folder);
+  bool areTimes(FileSystem& files, const Path& folder) const;
+  void sort();
+  // Of several names of a message those count that are there.
+  void removeFormerNames(FileSystem& files, const Path& folder);
+  // Takes over what `before` saw and is still there under the same name. Gives whether more than that is
+  // missing.
+  bool isMissingAnyOf(const FolderIndex& before, FileSystem& files, const Path& folder);
+
   std::vector<MessageFile> files_;
   std::unordered_map<std::string, MessageFile> changed_;  // an empty name: gone
   std::chrono::nanoseconds curModified_{0};
   std::chrono::nanoseconds newModified_{0};
+  bool isQuiet_ = false;
 };
 
 }  // namespace quillbox::mailclient

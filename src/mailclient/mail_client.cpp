@@ -235,6 +235,11 @@ Result<std::size_t> MailClient::select(std::string_view account, std::string_vie
     const auto header = withoutBrackets(wanted);
     const auto found = byHeader.find(std::string(header));
     if (header.empty() || found == byHeader.end()) {
+      // One that was renamed while the folder was listed may be missing from the listing.
+      if (const auto file = store_.find(folder, id); file && *file) {
+        keys.push_back({mailbox, id});
+        continue;
+      }
       return fail(error_number::messageNotFound,
                   fmt::format("The message “{}” is not in the mailbox “{}”",
                               text::singleLine(readableBytes(wanted)), folder.path));
@@ -362,15 +367,14 @@ Result<std::vector<MessageKey>> MailClient::selectedKeys() {
   std::vector<MessageKey> keys;
   const auto* front = state->front();
   if (front == nullptr) return keys;
-  std::map<MailboxKey, std::shared_ptr<FolderIndex>> indexes;
+  std::map<MailboxKey, std::optional<Folder>> folders;
   for (const auto& key : front->selected) {
-    const auto [place, isNew] = indexes.try_emplace(key.mailbox);
+    const auto [place, isNew] = folders.try_emplace(key.mailbox);
     if (isNew) {
-      if (const auto folder = store_.mailbox(key.mailbox)) {
-        if (const auto index = store_.messages(*folder)) place->second = *index;
-      }
+      if (auto folder = store_.mailbox(key.mailbox)) place->second = std::move(*folder);
     }
-    if (place->second && place->second->find(key.id) != nullptr) keys.push_back(key);
+    if (!place->second) continue;
+    if (const auto file = store_.find(*place->second, key.id); file && *file) keys.push_back(key);
   }
   return keys;
 }

@@ -70,7 +70,7 @@ std::shared_ptr<FolderIndex> MailStore::remembered(const Path& folder) {
 }
 
 Result<std::shared_ptr<FolderIndex>> MailStore::scan(const Folder& folder) {
-  auto index = FolderIndex::scan(environment_.files, folder.directory);
+  auto index = FolderIndex::scan(environment_.files, environment_.clock, folder.directory);
   if (!index) {
     forget(folder.directory);
     if (index.error().number == ENOENT) {
@@ -99,6 +99,29 @@ Result<std::shared_ptr<FolderIndex>> MailStore::listed(const Folder& folder) {
   return scan(folder);
 }
 
+Result<std::optional<MessageFile>> MailStore::search(const Folder& folder, std::string_view id) {
+  // In a folder that others change a message that is missing from one listing may be in the next.
+  for (int look = 0; look < kLooks; ++look) {
+    const auto index = scan(folder);
+    if (!index) return forward(index);
+    if (const auto* file = (*index)->find(id)) return *file;
+    if ((*index)->isQuiet()) break;
+  }
+  return std::nullopt;
+}
+
+Result<std::optional<MessageFile>> MailStore::find(const Folder& folder, std::string_view id) {
+  if (const auto index = remembered(folder.directory)) {
+    // The name may be remembered only: it counts when the file has it.
+    const auto* file = index->find(id);
+    if (file != nullptr && environment_.files.info(file->path(folder.directory), FollowLinks::no)) {
+      return *file;
+    }
+    if (file == nullptr && index->isCurrent(environment_.files, folder.directory)) return std::nullopt;
+  }
+  return search(folder, id);
+}
+
 Result<LocatedMessage> MailStore::locate(const MessageKey& key, Lookup lookup, const Folder* known) {
   if (lookup == Lookup::remembered && known != nullptr) {
     if (const auto index = remembered(known->directory)) {
@@ -112,9 +135,9 @@ Result<LocatedMessage> MailStore::locate(const MessageKey& key, Lookup lookup, c
       if (const auto* file = index->find(key.id)) return LocatedMessage{*folder, *file};
     }
   }
-  const auto index = scan(*folder);
-  if (!index) return forward(index);
-  if (const auto* file = (*index)->find(key.id)) return LocatedMessage{*folder, *file};
+  const auto file = search(*folder, key.id);
+  if (!file) return forward(file);
+  if (*file) return LocatedMessage{*folder, **file};
   return fail(error_number::messageNotFound,
               fmt::format("The message “{}” is not in the mailbox “{}”",
                           text::singleLine(readableBytes(key.id)), key.mailbox.path));

@@ -6,6 +6,7 @@
 #include <list>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -65,6 +66,8 @@ class MailStore {
   Result<std::shared_ptr<FolderIndex>> messages(const Folder& folder);
   // The same as it was listed last, with our own changes since.
   Result<std::shared_ptr<FolderIndex>> listed(const Folder& folder);
+  // The message's file; nothing when the folder has no such message. Fails with mailboxNotFound.
+  Result<std::optional<MessageFile>> find(const Folder& folder, std::string_view id);
   // Fails with messageNotFound or mailboxNotFound. `known` is the mailbox as it was found a moment ago, for
   // those who ask for many of its messages; a fresh look looks for it too.
   Result<LocatedMessage> locate(const MessageKey& key, Lookup lookup = Lookup::remembered,
@@ -93,6 +96,7 @@ class MailStore {
  private:
   static constexpr std::size_t kRememberedFolders = 32;
   static constexpr int kAttempts = 8;
+  static constexpr int kLooks = 3;
 
   struct Remembered {
     std::string folder;
@@ -105,6 +109,8 @@ class MailStore {
 
   std::shared_ptr<FolderIndex> remembered(const Path& folder);
   Result<std::shared_ptr<FolderIndex>> scan(const Folder& folder);
+  // The same, from listings made now.
+  Result<std::optional<MessageFile>> search(const Folder& folder, std::string_view id);
 
   const Environment& environment_;
   AccountStore accounts_;

@@ -35,14 +35,11 @@ bool sameBesidesSeen(Marks a, Marks b) {
 }  // namespace
 
 Result<std::optional<MessageFile>> Recovery::find(const JournalPlace& place) {
-  const auto index = store_.messages({place.mailbox.path, place.folder});
-  if (!index) {
-    if (index.error().number == error_number::mailboxNotFound || index.error().number == ENOTDIR)
-      return std::nullopt;
-    return forward(index);
+  auto file = store_.find({place.mailbox.path, place.folder}, place.id());
+  if (!file && (file.error().number == error_number::mailboxNotFound || file.error().number == ENOTDIR)) {
+    return std::nullopt;
   }
-  const auto* file = (*index)->find(place.id());
-  return file == nullptr ? std::nullopt : std::optional(*file);
+  return file;
 }
 
 // ---- after a crash ----

@@ -1,5 +1,6 @@
 // The store on disks that are full, read-only, taken away, or shared with another process that files too.
 #include <cerrno>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -211,6 +212,61 @@ TEST_F(RealDisk, AFolderThatIsTakenAwayHalfWayIsNamed) {
   fs::rename(mail_ / "Taken", done_);
   EXPECT_EQ(client()->undo()->count, 9U);
   EXPECT_EQ(countIn(mail_), static_cast<std::size_t>(kCount));
+}
+
+// Another reader that marks messages in both folders as fast as a server does.
+class Renamer {
+ public:
+  Renamer(const std::vector<Path>& folders, int count) : child_(fork()) {
+    if (child_ < 0) fatal("no process");
+    if (child_ > 0) return;
+    for (int round = 0; getppid() != 1; ++round) {
+      for (int i = 0; i < count; ++i) {
+        for (const auto& folder : folders) {
+          const auto base = (folder / "cur").string() + fmt::format("/1700000000.M1P1.m{}:2,", i);
+          const auto [before, after] = round % 2 == 0 ? std::pair("S", "RS") : std::pair("RS", "S");
+          (void)std::rename((base + before).c_str(), (base + after).c_str());
+        }
+        usleep(50);
+      }
+    }
+    _exit(0);
+  }
+  ~Renamer() {
+    kill(child_, SIGKILL);
+    waitpid(child_, nullptr, 0);
+  }
+  Renamer(const Renamer&) = delete;
+  Renamer& operator=(const Renamer&) = delete;
+
+ private:
+  pid_t child_;
+};
+
+// A directory that others rename in while it is read, in several pieces as it is large, shows files twice or
+// not at all.
+TEST_F(RealDisk, FilesThatAreRenamedAllTheTimeAreAllFoundOnce) {
+  constexpr std::size_t count = 2000;
+  makeMail(count);
+  const Renamer renamer({mail_, done_}, count);
+  const auto expectAllIn = [&](const std::string& path) {
+    MailStore store(*environment_);
+    const auto index = store.messages(*store.mailbox({account_, path}));
+    ASSERT_TRUE(index) << index.error().message;
+    std::set<std::string> ids;
+    for (const auto& one : (*index)->files()) ids.emplace(stableId(one.name));
+    EXPECT_EQ(ids.size(), count) << path;
+    EXPECT_EQ((*index)->files().size(), count) << path;
+  };
+  for (int look = 0; look < 8; ++look) expectAllIn("INBOX");
+  const auto filed = file();
+  ASSERT_TRUE(filed) << filed.error().message;
+  EXPECT_EQ(*filed, count);
+  for (int look = 0; look < 8; ++look) expectAllIn("Done");
+  const auto undone = client()->undo();
+  ASSERT_TRUE(undone) << undone.error().message;
+  EXPECT_EQ(undone->count, count) << undone->kept.front();
+  expectAllIn("INBOX");
 }
 
 TEST_F(RealDisk, TwoProcessesFileTheSameMessagesAtOnce) {

@@ -27,9 +27,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr int kKills = 200;  // that came while a filing or an undo was under way
-constexpr int kRounds = 4 * kKills;
-
 using std::chrono::duration_cast;
 using std::chrono::microseconds;
 using std::chrono::steady_clock;
@@ -176,13 +173,14 @@ class KilledProcess : public testing::Test, public RealStore {
 
   enum class Action { forth, back, undo };
 
-  // Files forth and back and takes back, each time killed at another moment, until kKills of them were
-  // inside. What lies in "Done" is flagged and what lies in the inbox is not, whoever was killed when.
+  // Files forth and back and takes back, each time killed at another moment, until `kills` of them came
+  // while a filing or an undo was under way. What lies in "Done" is flagged and what lies in the inbox is
+  // not, whoever was killed when.
   //
   // Most moments are drawn from the time between the first and the last step, as long as it took when it was
   // last seen to its end; the others from the whole life of the process. Every eighth process is left alone
   // and shows how long that is on this machine now.
-  void killManyTimes() {
+  void killManyTimes(int kills) {
     std::minstd_rand chance(20260301);
     const auto journal = root() / "profile" / "mail" / "journal";
     ASSERT_TRUE(act(Action::forth, 1));
@@ -190,7 +188,7 @@ class KilledProcess : public testing::Test, public RealStore {
     int inside = 0;
     int killed = 0;
     int round = 0;
-    for (; inside < kKills && round < kRounds; ++round) {
+    for (; inside < kills && round < 4 * kills; ++round) {
       SCOPED_TRACE(round);
       const auto action = nextAction(chance());
       Moment moment;
@@ -211,7 +209,7 @@ class KilledProcess : public testing::Test, public RealStore {
     }
     std::cout << inside << " of " << killed << " kills in " << round
               << " rounds came while the store was being changed\n";
-    EXPECT_EQ(inside, kKills);
+    EXPECT_EQ(inside, kills);
   }
 
   bool act(Action action, unsigned seed) {
@@ -275,13 +273,13 @@ class KilledProcess : public testing::Test, public RealStore {
 
 TEST_F(KilledProcess, LeavesEveryMessageWhole) {
   makeMail(100, {});
-  killManyTimes();
+  killManyTimes(200);
 }
 
 TEST_F(KilledProcess, LeavesEveryMessageWholeAcrossFileSystems) {
   ASSERT_FALSE(otherDisk().empty()) << "this machine has one writable file system only";
-  makeMail(20, otherDisk());
-  killManyTimes();
+  makeMail(10, otherDisk());
+  killManyTimes(100);
 }
 
 }  // namespace
