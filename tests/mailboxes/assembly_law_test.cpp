@@ -9,6 +9,7 @@
 
 #include "base/text.h"
 #include "mailboxes/mailbox_filter.h"
+#include "mailboxes/plain_search.h"
 #include "mailboxes/search_generators.h"
 
 namespace quillbox {

@@ -10,6 +10,7 @@
 
 #include "base/error_numbers.h"
 #include "mailboxes/index_search.h"
+#include "mailboxes/plain_search.h"
 #include "mailboxes/search_generators.h"
 
 namespace quillbox {
