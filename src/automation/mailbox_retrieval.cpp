@@ -59,23 +59,20 @@ QuillboxResult<RetrievalStart> MailboxRetrieval::start(RetrievalVariant variant,
 }
 
 QuillboxResult<void> MailboxRetrieval::checkCount(std::function<std::size_t()> heldCount,
-                                                  std::function<RetrievalVariant()> variant,
                                                   std::function<void(CountDecision)> completion) {
   if (auto error = services_.helper.readinessError()) return std::unexpected(*error);
   services_.helper.runScriptText(
       script_texts::mailboxCount(), "getNumberOfMailboxesUsingApplescript",
-      [this, heldCount = std::move(heldCount), variant = std::move(variant),
+      [this, heldCount = std::move(heldCount),
        completion = std::move(completion)](const AppleScriptResult& result) {
         if (!result) {
           services_.notifications.post(notification::didReceiveError, result.error());
           return;
         }
         // An answer that is no number counts as the script's own sentinel.
-        const auto decision = decideOnCount({result->int32Value().value_or(-1), heldCount(),
-                                             services_.workspace.isActive(), services_.status.isLoading()},
-                                            services_.log);
-        if (decision == CountDecision::reload) (void)start(variant());
-        if (completion) completion(decision);
+        completion(decideOnCount({result->int32Value().value_or(-1), heldCount(),
+                                  services_.workspace.isActive(), services_.status.isLoading()},
+                                 services_.log));
       });
   return {};
 }

@@ -59,12 +59,11 @@ class MailboxRetrieval {
   // AppleScript.didReceiveErrorNotification and resets the loading state.
   QuillboxResult<RetrievalStart> start(RetrievalVariant variant, Completion completion = {});
 
-  // Counts the mailboxes and, when the number is not the one held, starts a retrieval of the variant.
-  // `heldCount` and `variant` are asked when the answer is there. Fails with mailNotRunning. `completion` may
-  // be empty; it is called once with the decision, or not at all when the script fails (which is posted).
+  // Counts the mailboxes of the mail client. `heldCount` is asked when the answer is there; `completion` is
+  // called once, on the main queue, with what follows from the two numbers, or not at all when the script
+  // fails (which is posted). Fails with mailNotRunning.
   QuillboxResult<void> checkCount(std::function<std::size_t()> heldCount,
-                                  std::function<RetrievalVariant()> variant,
-                                  std::function<void(CountDecision)> completion = {});
+                                  std::function<void(CountDecision)> completion);
 
  private:
   Services services_;

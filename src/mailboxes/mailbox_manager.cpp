@@ -270,6 +270,8 @@ void MailboxManager::startRun() {
   runner_.run(snapshot(), suggestions,
               [this, selectedBefore = selectedMailboxId.get()](MailboxFilterResult result) {
                 isRunning_ = false;
+                // It may have taken the place of a run that asked, or have kept one's end from being told.
+                result.shouldPostDonePredicting |= isPredicting.get();
                 applyRun(std::move(result), selectedBefore);
                 tellWaiters();
               });

@@ -62,7 +62,8 @@ class MailboxManager final : public MailboxDirectory {
   Observable<bool> isPredicting;
   Observable<std::vector<Mailbox>> suggestedMailboxes;
 
-  // Must outlive the manager or be taken away before; nullptr for none.
+  // nullptr for none. Must outlive the manager: a run that is under way may still ask it after another one
+  // has taken its place.
   void setSuggestions(SuggestionSource* source);
 
   // --- looking things up

@@ -85,13 +85,10 @@ void MailboxManager::checkCount() {
   const auto started = services_.retrieval.checkCount(
       // The newest list counts, even while it is still being indexed.
       [this, alive = std::weak_ptr<char>(alive_)] { return alive.expired() ? 0 : latestList_.size(); },
-      [this, alive = std::weak_ptr<char>(alive_)] {
-        return alive.expired() ? RetrievalVariant::current : variant();
-      },
       [this, alive = std::weak_ptr<char>(alive_)](CountDecision decision) {
         if (alive.expired()) return;
         isCounting_ = false;
-        if (decision == CountDecision::reload) refreshing.set(services_.status.isLoading());
+        if (decision == CountDecision::reload) (void)reload("the number has changed", ReloadKind::normal);
       });
   // While the mail client does not run there is nothing to count.
   isCounting_ = started.has_value();

@@ -179,7 +179,7 @@ TEST_F(Retrieval, StartsOnlyWhenItCan) {
             QuillboxError::scriptNotFound("getMailboxesAsList"));
   workspace_.setRunning(mailBundleIdentifier, false);
   EXPECT_EQ(retrieval_.start(RetrievalVariant::current).error().kind(), QuillboxError::Case::mailNotRunning);
-  EXPECT_FALSE(retrieval_.checkCount([] { return 0U; }, [] { return RetrievalVariant::current; }));
+  EXPECT_FALSE(retrieval_.checkCount([] { return 0U; }, [](CountDecision) {}));
 }
 
 TEST_F(Retrieval, AFailedScriptIsReportedAndEndsTheLoad) {
@@ -219,21 +219,23 @@ TEST(CountDecision, FollowsTheStepsInOrder) {
   }
 }
 
-TEST_F(Retrieval, ADifferentCountStartsTheVariantOfTheSetting) {
-  engine_.answer(Descriptor::int32(6));
-  std::optional<CountDecision> decision;
-  ASSERT_TRUE(retrieval_.checkCount([] { return 5U; }, [] { return RetrievalVariant::legacy; },
-                                    [&](CountDecision made) { decision = made; }));
-  dispatch_.runUntilIdle();
-  EXPECT_EQ(decision, CountDecision::reload);
-  ASSERT_EQ(engine_.calls().size(), 2U);
-  EXPECT_EQ(engine_.calls()[1].text, "/r/V1");
-
-  engine_.forget();
-  engine_.answer(std::unexpected(ScriptError{"no", -600, {}, {}, false}));
-  ASSERT_TRUE(retrieval_.checkCount([] { return 5U; }, [] { return RetrievalVariant::legacy; }));
-  dispatch_.runUntilIdle();
-  EXPECT_EQ(engine_.calls().size(), 1U);
+TEST_F(Retrieval, CountsAndComparesWithWhatIsHeldThen) {
+  std::size_t held = 6;
+  std::vector<CountDecision> decisions;
+  const auto check = [&](ScriptResult answer) {
+    engine_.answer(std::move(answer));
+    ASSERT_TRUE(
+        retrieval_.checkCount([&] { return held; }, [&](CountDecision made) { decisions.push_back(made); }));
+    held = 5;
+    dispatch_.runUntilIdle();
+  };
+  check(Descriptor::int32(6));
+  check(Descriptor::int32(5));
+  check(Descriptor::text("no number"));
+  check(std::unexpected(ScriptError{"no", -600, {}, {}, false}));
+  EXPECT_EQ(decisions,
+            (std::vector{CountDecision::reload, CountDecision::same, CountDecision::ignoreSentinel}));
+  EXPECT_EQ(engine_.calls().size(), 4U);
   EXPECT_EQ(errors_.size(), 1U);
 }
 

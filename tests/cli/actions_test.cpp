@@ -169,10 +169,8 @@ TEST_F(Actions, Queries) {
     EXPECT_TRUE(all_->retrieval.start(RetrievalVariant::current, [done](const auto&) { done(true); }));
   });
   EXPECT_GE(listed, 5U);
-  const auto decision = await<CountDecision>([&](auto done) {
-    EXPECT_TRUE(all_->retrieval.checkCount([&] { return listed; }, [] { return RetrievalVariant::current; },
-                                           std::move(done)));
-  });
+  const auto decision = await<CountDecision>(
+      [&](auto done) { EXPECT_TRUE(all_->retrieval.checkCount([&] { return listed; }, std::move(done))); });
   EXPECT_EQ(decision, CountDecision::same);
 }
 

@@ -195,6 +195,26 @@ TEST_F(MailboxManagerTest, SuggestionsAreAskedForWithEveryRunWhileTheSettingIsOn
   EXPECT_EQ(idsOf(manager->filteredMailboxes.get()), (Ids{"W/a", "W/b"}));
 }
 
+// Switched off before, while and after a run that asks: the busy sign always ends.
+TEST_F(MailboxManagerTest, PredictingEndsWhereverItIsSwitchedOff) {
+  deliver({"W/a", "W/b"});
+  manager->setSuggestions(&suggestions);
+  for (int moment = 0; moment < 6; ++moment) {
+    (void)settings.useSmartFilingSuggestions.set(true);
+    manager->search("a");
+    EXPECT_TRUE(manager->isPredicting.get()) << moment;
+    if (moment >= 1) dispatch.runBackground();
+    if (moment >= 2) dispatch.runMain();
+    if (moment >= 3) dispatch.advance(99ms);
+    if (moment == 4) manager->search("b");
+    if (moment == 5) dispatch.advance(1ms);
+    (void)settings.useSmartFilingSuggestions.set(false);
+    if (moment % 2 == 0) manager->search("");
+    dispatch.advance(1s);
+    EXPECT_FALSE(manager->isPredicting.get()) << moment;
+  }
+}
+
 TEST_F(MailboxManagerTest, ReloadRequestsOfOneSecondStartOneReload) {
   resources.add("Scripts/getMailboxesAsListV2.scpt", "/res/v2");
   resources.add("Scripts/getMailboxesAsList.scpt", "/res/v1");
@@ -237,6 +257,20 @@ TEST_F(MailboxManagerTest, TheNumberIsCheckedOnActivationAndEveryMinuteWhileActi
   counted = 3;
   dispatch.advance(60s);
   EXPECT_EQ(engine.calls().back().text, "/res/v2");
+  deliver({"W/a", "W/b", "W/c"});
+  EXPECT_FALSE(manager->refreshing.get());
+  // A reload that fails has ended too.
+  counted = 4;
+  bool wasRefreshing = false;
+  const auto seen = manager->refreshing.observe([&](bool is) { wasRefreshing = wasRefreshing || is; });
+  engine.setRule([&](const RecordingScriptEngine::Call& call) -> std::optional<ScriptResult> {
+    if (call.text.find("count of mboxes") != std::string::npos) return Descriptor::int32(counted);
+    return std::unexpected(ScriptError{"no", -600, {}, {}, false});
+  });
+  dispatch.advance(60s);
+  EXPECT_EQ(engine.calls().back().text, "/res/v2");
+  EXPECT_TRUE(wasRefreshing);
+  EXPECT_FALSE(manager->refreshing.get());
   manager->applicationDidResignActive();
   const auto before = counts();
   dispatch.advance(10min);
