@@ -53,8 +53,11 @@ Value Evaluator::addition(const Command& command, const Value& direct, const Par
       delay(direct);
       return {};
     case code("dsct"): {
-      if (operand(direct).is(Kind::Script)) return runScript(operand(direct));
-      return runSource(direct);
+      const auto* given = find(parameters, code("plst"));
+      auto arguments = given ? operand(*given) : Value();
+      if (!arguments.isNothing() && !arguments.isList()) arguments = Value::list({arguments});
+      if (operand(direct).is(Kind::Script)) return runScript(operand(direct), arguments);
+      return runSource(direct, arguments);
     }
     // Windows, files, processes and sounds are out of a script's reach.
     default:
@@ -125,7 +128,7 @@ void Evaluator::delay(const Value& direct) {
 }
 
 // `run script "..."`: a text compiled and run on its own, within the limits of this run.
-Value Evaluator::runSource(const Value& source) {
+Value Evaluator::runSource(const Value& source, const Value& arguments) {
   enterCall();
   auto program = compile(toText(source), host_);
   if (!program) {
@@ -137,7 +140,7 @@ Value Evaluator::runSource(const Value& source) {
     std::size_t& depth;
     ~Depth() { --depth; }
   } depth{++depth_};
-  return runScript(Value::object(Kind::Script, load(*program)));
+  return runScript(Value::object(Kind::Script, load(*program)), arguments);
 }
 
 }  // namespace quillbox::applescript

@@ -71,6 +71,17 @@ Value Evaluator::arithmetic(Operator operation, const Value& leftValue, const Va
   }
 }
 
+// What `& more` adds to a list: of a list and of a record what they hold, of anything else itself.
+void Evaluator::extend(ListObject& list, const Value& more) {
+  if (more.isList()) {
+    list.reserveAndAppend(more.items());
+  } else if (more.isRecord()) {
+    for (const auto& [name, value] : more.fields()) list.append(value);
+  } else {
+    list.append(more);
+  }
+}
+
 Value Evaluator::concat(Value left, const Value& rightValue) {
   left = operand(std::move(left));
   const auto right = operand(rightValue);
@@ -83,7 +94,9 @@ Value Evaluator::concat(Value left, const Value& rightValue) {
       converted = std::move(*text);
       more = converted;
     } else {
-      return Value::list({left, right});
+      auto both = Value::list({left});
+      extend(both.as<ListObject>(), right);
+      return both;
     }
     auto& text = left.as<TextObject>();
     if (!text.isShared()) {
@@ -113,14 +126,11 @@ Value Evaluator::concat(Value left, const Value& rightValue) {
       left = Value::list(std::move(items));
     }
   } else {
-    left = Value::list({left});
+    auto first = Value::list({});
+    extend(first.as<ListObject>(), left);
+    left = std::move(first);
   }
-  auto& list = left.as<ListObject>();
-  if (right.isList()) {
-    list.reserveAndAppend(right.items());
-  } else {
-    list.append(right);
-  }
+  extend(left.as<ListObject>(), right);
   return left;
 }
 

@@ -159,12 +159,10 @@ bool Evaluator::appendInPlace(const SetNode& node) {
       if (text) {
         grown.as<TextObject>().append(*text);
       } else {
-        grown = Value::list({grown, next});
+        grown = concat(std::move(grown), next);
       }
-    } else if (own && grown.isList() && next.isList()) {
-      grown.as<ListObject>().reserveAndAppend(next.items());
     } else if (own && grown.isList()) {
-      grown.as<ListObject>().append(std::move(next));
+      extend(grown.as<ListObject>(), next);
     } else {
       grown = concat(std::move(grown), next);
     }

@@ -162,8 +162,7 @@ Value Evaluator::invokeLabelled(const HandlerNode& handler, ScriptInstance* home
         bind(*parameter.target, eval(*parameter.fallback));
       } else if (handler.form == HandlerNode::Form::Event) {
         // `on run argv` may come without arguments.
-        bind(*parameter.target,
-             parameter.target->kind == NodeKind::Variable ? Value::list({}) : Value::list({}));
+        bind(*parameter.target, Value::list({}));
       } else {
         const auto label = parameter.label.text().empty() ? "direct" : parameter.label.text();
         raise(error::parameterMissing, wording(error::parameterMissing, {label, handler.name.text()}));
@@ -310,11 +309,18 @@ Value Evaluator::evalContinue(const UnaryNode& node) {
   return eval(operation);
 }
 
-Value Evaluator::runScript(const Value& script) {
+// `arguments` is the list that `on run argv` gets, or Nothing.
+Value Evaluator::runScript(const Value& script, const Value& arguments) {
   auto& instance = script.as<ScriptInstance>();
   const Ref<ScriptInstance> keep(&instance);
   const auto found = findHandler(script, Name("run"));
-  if (found.handler) return invoke(*found.handler, found.home, script, {});
+  if (found.handler) {
+    if (!site_) site_ = found.handler;
+    if (found.handler->form == HandlerNode::Form::Positional)
+      return invoke(*found.handler, found.home, script,
+                    arguments.isList() ? arguments.items() : std::vector<Value>());
+    return invokeLabelled(*found.handler, found.home, script, arguments, {});
+  }
   if (!instance.node.statements) return {};
   enterCall();
   const auto& statements = *instance.node.statements;

@@ -134,6 +134,7 @@ class Evaluator {
 
   // Operators on values (arithmetic.cpp, comparison.cpp).
   Value arithmetic(Operator operation, const Value& left, const Value& right);
+  static void extend(ListObject& list, const Value& more);
   Value concat(Value left, const Value& right);
   bool equal(const Value& left, const Value& right, int depth = 0);
   bool ordered(Operator operation, const Value& left, const Value& right);
@@ -233,7 +234,7 @@ class Evaluator {
                        std::vector<std::pair<Name, Value>> labels);
   void bind(const Node& target, Value value);
   void enterCall();
-  Value runScript(const Value& script);
+  Value runScript(const Value& script, const Value& arguments = {});
 
   // Commands (commands.cpp, additions.cpp).
   using Parameters = std::vector<std::pair<Code, Value>>;
@@ -249,7 +250,7 @@ class Evaluator {
   Value rounded(const Value& number, const Parameters& parameters);
   void delay(const Value& seconds);
   std::int64_t localNow();
-  Value runSource(const Value& source);
+  Value runSource(const Value& source, const Value& arguments);
 
   // Events to applications (events.cpp). The answer may be Nothing.
   template <class Work>

@@ -81,6 +81,21 @@ constexpr std::string_view kLanguage = R"xml(<dictionary>
  <enumeration name="alerts" code="EAlT">
   <enumerator name="critical" code="criT"/><enumerator name="informational" code="infA"/><enumerator name="warning" code="warN"/>
  </enumeration>
+ <enumeration name="places" code="earp">
+  <enumerator name="desktop" code="desk"/><enumerator name="desktop folder" code="desk"/>
+  <enumerator name="documents folder" code="docs"/><enumerator name="downloads folder" code="down"/>
+  <enumerator name="home folder" code="cusr"/><enumerator name="library folder" code="dlib"/>
+  <enumerator name="applications folder" code="apps"/><enumerator name="application support" code="asup"/>
+  <enumerator name="preferences folder" code="pref"/><enumerator name="temporary items" code="temp"/>
+  <enumerator name="temporary items folder" code="temp"/><enumerator name="startup disk" code="boot"/>
+  <enumerator name="system folder" code="macs"/><enumerator name="users folder" code="usrs"/>
+  <enumerator name="movies folder" code="mdoc"/><enumerator name="music folder" code="%doc"/>
+  <enumerator name="pictures folder" code="pdoc"/><enumerator name="public folder" code="pubb"/>
+  <enumerator name="scripts folder" code="scr$"/><enumerator name="utilities folder" code="uti$"/>
+  <enumerator name="trash folder" code="trsh"/><enumerator name="user domain" code="fldu"/>
+  <enumerator name="local domain" code="fldl"/><enumerator name="system domain" code="flds"/>
+  <enumerator name="network domain" code="fldn"/>
+ </enumeration>
  <command name="offset" code="sysooffs"><parameter name="of" code="psof" type="text"/><parameter name="in" code="psin" type="text"/></command>
  <command name="random number" code="sysorand"><direct-parameter type="number" optional="yes"/><parameter name="from" code="from" type="number" optional="yes"/><parameter name="to" code="to  " type="number" optional="yes"/><parameter name="with seed" code="seed" type="number" optional="yes"/></command>
  <command name="round" code="sysorond"><direct-parameter type="real"/><parameter name="rounding" code="dire" type="any" optional="yes"/></command>
@@ -107,6 +122,7 @@ constexpr std::string_view kLanguage = R"xml(<dictionary>
  <command name="clipboard info" code="JonsiClp"/>
  <command name="open location" code="GURLGURL"><direct-parameter type="text" optional="yes"/></command>
  <command name="path to" code="earsffdr"><direct-parameter type="any"/><parameter name="from" code="from" type="any" optional="yes"/><parameter name="as" code="rtyp" type="type" optional="yes"/></command>
+ <command name="path to resource" code="sysorpth"><direct-parameter type="text"/><parameter name="in bundle" code="in B" type="any" optional="yes"/><parameter name="in directory" code="in D" type="text" optional="yes"/></command>
  <command name="load script" code="sysoload"><direct-parameter type="any"/></command>
  <command name="store script" code="sysostor"><direct-parameter type="any" optional="yes"/><parameter name="in" code="fpth" type="any" optional="yes"/><parameter name="replacing" code="savo" type="any" optional="yes"/></command>
  <command name="system attribute" code="fndrgstl"><direct-parameter type="text" optional="yes"/><parameter name="has" code="has " type="integer" optional="yes"/></command>

@@ -104,6 +104,7 @@ class Parser {
   void findLabelledHandlers();
   NodePtr call(Name name, const Token& start);
   NodePtr interleavedCall(const Token& start);
+  NodePtr variableOrBareCall(const Token& start);
   NodePtr labelledCall(Name name, const Token& start);
   bool beginsLabelledCall() const;
   std::vector<NodePtr> arguments();
@@ -161,6 +162,7 @@ class Parser {
   Host& host_;
   TermScope scope_;
   std::unordered_set<std::string> labelled_;  // names of handlers with labelled parameters
+  std::unordered_set<std::string> bare_;      // handlers that are called by their name alone
   const char* stackStart_ = nullptr;
   int tellDepth_ = 0;  // of the present handler
 };

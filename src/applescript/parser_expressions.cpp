@@ -174,6 +174,19 @@ NodePtr Parser::binary(int minimum, Stops stops) {
     if (match->isCoercion && stops.command && parameterLabel(*stops.command, words)) return left;
     const auto& place = token();
     at_ += match->words;
+    const bool equality = match->operation == Operator::Equal || match->operation == Operator::NotEqual;
+    if (equality && (left->kind == NodeKind::Application || left->kind == NodeKind::It) &&
+        isWord("running") && !isOf(stops, 1)) {
+      // `application "Mail" is running` asks for a property.
+      ++at_;
+      auto property = build<PropertyNode>(place, Name("running", code("prun")));
+      deepen(*property, left.get());
+      property->container = std::move(left);
+      left = std::move(property);
+      if (match->operation == Operator::NotEqual)
+        left = build<UnaryNode>(place, NodeKind::Not, std::move(left));
+      continue;
+    }
     if (match->isCoercion) {
       auto node = build<CoerceNode>(place, nullptr, typeName());
       deepen(*node, left.get());

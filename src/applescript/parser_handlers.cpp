@@ -5,7 +5,8 @@
 
 namespace quillbox::applescript {
 
-// A call such as `findNumbers of x above 19` can only be told from `property of x` by knowing the handler.
+// A call such as `findNumbers of x above 19` can only be told from `property of x` by knowing the handler,
+// and `make`, where the script has `to make`, from a variable.
 void Parser::findLabelledHandlers() {
   for (std::size_t i = 0; i + 2 < tokens_.size(); ++i) {
     if (i > 0 && tokens_[i - 1].kind != TokenKind::NewLine) continue;
@@ -14,6 +15,7 @@ void Parser::findLabelledHandlers() {
     const auto& next = tokens_[i + 2];
     if (name.kind != TokenKind::Word && name.kind != TokenKind::Piped) continue;
     if (isReserved(name.text) && name.kind == TokenKind::Word) continue;
+    if (next.kind == TokenKind::NewLine) bare_.insert(std::string(Name(name.text).folded()));
     if (next.kind != TokenKind::Word) continue;
     if (next.text == "of" || next.text == "in" || next.text == "given" || isPreposition(next.text))
       labelled_.insert(std::string(Name(name.text).folded()));
@@ -144,6 +146,15 @@ void Parser::labelledParameters(HandlerNode& node) {
     if (acceptSymbol(":")) parameter.fallback = expression();
     node.parameters.push_back(std::move(parameter));
   } while (acceptSymbol(","));
+}
+
+NodePtr Parser::variableOrBareCall(const Token& start) {
+  ++at_;
+  Name name(spelling(start));
+  if (!bare_.contains(std::string(name.folded()))) return build<VariableNode>(start, std::move(name));
+  auto node = build<CallNode>(start, std::move(name));
+  node->inTell = tellDepth_ > 0;
+  return node;
 }
 
 std::vector<NodePtr> Parser::arguments() {

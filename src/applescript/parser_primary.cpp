@@ -126,8 +126,7 @@ NodePtr Parser::primary(Stops stops) {
     ++at_;
     return labelledCall(Name(spelling(start)), start);
   }
-  ++at_;
-  return build<VariableNode>(start, Name(spelling(start)));
+  return variableOrBareCall(start);
 }
 
 NodePtr Parser::listOrRecord() {
@@ -249,8 +248,7 @@ NodePtr Parser::wordPrimary(Stops stops) {
     ++at_;
     return labelledCall(Name(spelling(start)), start);
   }
-  ++at_;
-  return build<VariableNode>(start, Name(spelling(start)));
+  return variableOrBareCall(start);
 }
 
 NodePtr Parser::point(SpecifierForm form, bool needsTarget) {

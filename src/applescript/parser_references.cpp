@@ -51,6 +51,11 @@ NodePtr Parser::chain(Stops stops) {
   }
   const auto& place = token();
   if (!isOf(stops)) return node;
+  // `pi of AppleScript`: the constants are the language's own anyway.
+  if (node->kind == NodeKind::Literal && isWord("applescript", 1) && !isOf(stops, 2)) {
+    at_ += 2;
+    return node;
+  }
   if (node->kind != NodeKind::Variable) {
     auto* slot = containerSlot(*node);
     if (!slot || *slot) return node;
@@ -108,6 +113,7 @@ NodePtr Parser::possessive(NodePtr container, Stops stops) {
   if (application) scope_.enter(application->terminology());
   auto member = primary(stops);
   if (application) scope_.leave();
+  if (container->kind == NodeKind::LanguageObject && member->kind == NodeKind::Literal) return member;
   return attach(std::move(member), std::move(container), start);
 }
 

@@ -141,3 +141,10 @@ tell app "Depot" to get name
 ----
 name of app "Depot"
 -- expect: "Depot"
+----
+tell application "Depot" to set inside to it is running
+{application "Depot" is running, application "Depot" is not running, running of application "Depot", inside}
+-- expect: {true, false, true, true}
+----
+if application "Depot" is running then "on"
+-- expect: "on"

@@ -42,3 +42,14 @@ set b to a & {}
 set end of b to 2
 a
 -- expect: {1}
+----
+-- A record among lists becomes a list: its labels are lost.
+{{1, 2} & {a:3}, {a:1} & {2}, 1 & {a:2}, "t" & {a:1}}
+-- expect: {{1, 2, 3}, {1, 2}, {1, 2}, {"t", 1}}
+----
+set found to {}
+repeat with n from 1 to 2
+	set found to found & {name:"n" & n}
+end repeat
+found
+-- expect: {"n1", "n2"}

@@ -284,3 +284,22 @@ copy xs to ys
 f(ys)
 {xs, ys}
 -- expect: {{1}, {"changed"}}
+----
+-- A handler named by a command has no parentheses, neither where it stands nor where it is called.
+script counters
+	property made : 0
+	to make
+		set made to made + 1
+		script
+			property n : 0
+			on inc()
+				set n to n + 1
+			end inc
+		end script
+	end make
+end script
+tell counters to set a to make
+a's inc()
+set b to counters's make
+{a's inc(), b's inc(), counters's made}
+-- expect: {2, 1, 2}

@@ -134,3 +134,7 @@ the (5)
 set the x to the 5
 the x
 -- expect: 5
+----
+-- The constants are properties of the language as well.
+{AppleScript's pi = pi, tab of AppleScript = tab, AppleScript's linefeed = linefeed, quote of AppleScript}
+-- expect: {true, true, true, "\""}

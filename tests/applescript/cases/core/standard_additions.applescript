@@ -58,3 +58,26 @@ delay 0.01
 ----
 {quoted form of "abc", quoted form of "a b", quoted form of "it's"}
 -- expect: {"'abc'", "'a b'", "'it'\\''s'"}
+----
+{run script "on run {a, b}
+return a + b
+end run" with parameters {1, 2}, run script "on run argv
+count argv
+end run" with parameters {1, 2, 3}, run script "on run argv
+count argv
+end run"}
+-- expect: {3, 3, 0}
+----
+script adder
+	on run {a, b}
+		a - b
+	end run
+end script
+run script adder with parameters {5, 3}
+-- expect: 2
+----
+path to library folder from user domain
+-- expect error: -4022 “path to” is not available to scripts here.
+----
+path to startup disk as string
+-- expect error: -4022 “path to” is not available to scripts here.
