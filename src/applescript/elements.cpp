@@ -33,7 +33,27 @@ std::optional<std::size_t> Evaluator::position(const Value& key, std::size_t cou
   return std::nullopt;
 }
 
+// `word after word 1`: the neighbour of an element of the same class.
+Value Evaluator::neighbour(const Value& container, const ElementKey& element) {
+  const bool holds = container.isList() || container.isText();
+  if (holds && element.key.is(Kind::Specifier)) {
+    const auto& beside = element.key.as<SpecifierObject>();
+    if (beside.code == element.classCode && beside.form == SpecifierForm::Index) {
+      const auto count = countOf(container, element.classCode);
+      const auto at = position(beside.key, count);
+      const bool before = element.form == SpecifierForm::Before;
+      if (at && (before ? *at > 0 : *at + 1 < count)) {
+        const auto number = static_cast<std::int64_t>(before ? *at : *at + 2);
+        return elementOf(container, {SpecifierForm::Index, element.classCode, Value::integer(number), {}});
+      }
+    }
+  }
+  cannotGetElement(container, element);
+}
+
 Value Evaluator::elementOf(const Value& container, const ElementKey& element) {
+  if (element.form == SpecifierForm::Before || element.form == SpecifierForm::After)
+    return neighbour(container, element);
   if (container.isList()) return listElement(container, element);
   if (container.isText()) return textElement(container, element);
   if (container.is(Kind::Script) && element.form == SpecifierForm::Named &&

@@ -189,6 +189,7 @@ class Evaluator {
     Value secondKey;
   };
   Value elementOf(const Value& container, const ElementKey& element);
+  Value neighbour(const Value& container, const ElementKey& element);
   Value listElement(const Value& list, const ElementKey& element);
   Value textElement(const Value& text, const ElementKey& element);
   Value textRange(const Value& text, const ElementKey& element);

@@ -61,6 +61,7 @@ Value ObjectResolver::property(const Value& container, const SpecifierObject& re
       // What can be answered for any object.
       if (reference.code == code("pcls")) return Value::className(object->classCode());
       if (reference.code == code("pcnt")) return container;
+      if (reference.code == code("pALL")) return properties(object, self);
       if (object == root_) {
         if (reference.code == code("pnam")) return Value::text(application_.name());
         if (reference.code == code("ID  ")) return Value::text(application_.identifier());
@@ -83,6 +84,24 @@ Value ObjectResolver::property(const Value& container, const SpecifierObject& re
   }
   // `length of subject of message 1`: the language knows what that is.
   return evaluator_.propertyOf(container, Name(reference.name.text(), reference.code));
+}
+
+// `properties of m`: a record of all that the dictionary lists and the object answers.
+Value ObjectResolver::properties(const ObjectRef& object, const Value& self) {
+  const auto& terms = application_.terminology();
+  Value::Fields fields;
+  fields.emplace_back(Name("class", code("pcls")), Value::className(object->classCode()));
+  for (const auto property : terms.propertiesOf(object->classCode())) {
+    if (property == code("pcls")) continue;
+    checkDeadline();
+    auto value = object->property(property);
+    if (value) {
+      fields.emplace_back(Name(terms.propertyName(property), property), std::move(*value));
+    } else if (value.error().number != error::noSuchObject) {
+      throw Refused{std::move(value.error()), self, {}};
+    }
+  }
+  return Value::record(std::move(fields));
 }
 
 std::vector<ObjectRef> ObjectResolver::objects(const Value& reference) {

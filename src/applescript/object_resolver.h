@@ -41,6 +41,7 @@ class ObjectResolver {
  private:
   Value specifier(const SpecifierObject& specifier, const Value& self);
   Value property(const Value& container, const SpecifierObject& specifier, const Value& self);
+  Value properties(const ObjectRef& object, const Value& self);
   Value element(const Value& container, const SpecifierObject& specifier, const Value& self);
   Value elementOfObject(const ObjectRef& object, const SpecifierObject& specifier, const Value& self);
   Value itemOf(const std::vector<Value>& items, const SpecifierObject& specifier, const Value& self);

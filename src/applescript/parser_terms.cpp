@@ -106,7 +106,8 @@ NodePtr Parser::classPrimary(const Meaning& found, Stops stops) {
   if (isWord("before") || isWord("after")) {
     node->form = isWord("before") ? SpecifierForm::Before : SpecifierForm::After;
     ++at_;
-    node->key = chain(stops);
+    // What follows with `of` holds both: `word after word 1 of t`.
+    node->key = primary(stops);
     return node;
   }
   if (isWord("from") && (plural || found.classCode == code("ctxt"))) {

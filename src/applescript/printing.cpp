@@ -240,14 +240,18 @@ class Printer {
         return;
       case SpecifierForm::Range:
         out_ += plural(specifier.code, terms) + " ";
+        std::swap(terms_, terms);
         print(specifier.key);
         out_ += " thru ";
         print(specifier.secondKey);
+        std::swap(terms_, terms);
         break;
       case SpecifierForm::Before:
       case SpecifierForm::After:
         out_ += className() + (specifier.form == SpecifierForm::Before ? " before " : " after ");
+        std::swap(terms_, terms);
         print(specifier.key);
+        std::swap(terms_, terms);
         break;
       case SpecifierForm::Beginning:
         out_ += "beginning";

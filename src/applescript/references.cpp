@@ -140,7 +140,14 @@ Value Evaluator::access(const ElementNode& node, Value container) {
     return operand(eval(key));
   };
   if (node.form == SpecifierForm::Before || node.form == SpecifierForm::After) {
-    element.key = evalReference(*node.key);
+    const bool beside = node.key->kind == NodeKind::Element &&
+                        !static_cast<const ElementNode&>(*node.key).container &&
+                        !static_cast<const ElementNode&>(*node.key).test;
+    element.key = beside ? end(*node.key) : dereferenced(evalReference(*node.key));
+    // `message after m` lies where m does.
+    if (!node.container && element.key.is(Kind::Specifier) &&
+        !element.key.as<SpecifierObject>().container.isNothing())
+      container = element.key.as<SpecifierObject>().container;
   } else if (node.key) {
     element.key = end(*node.key);
   }

@@ -76,7 +76,8 @@ class SdefReader {
     if (kind == "class" || kind == "record-type" || kind == "value-type") {
       readClass(node);
     } else if (kind == "class-extension") {
-      readProperties(node);
+      const auto* extended = terms_->find(text::foldCase(node.attribute("extends").value()));
+      readProperties(node, extended ? extended->classCode : 0);
     } else if (kind == "command" || kind == "event") {
       readCommand(node);
     } else if (kind == "enumeration") {
@@ -103,7 +104,7 @@ class SdefReader {
       const auto otherPlural = synonym.attribute("plural").value();
       addClassTerms(other, *otherPlural ? otherPlural : other + "s", *code);
     }
-    readProperties(node);
+    readProperties(node, *code);
   }
 
   void addClassTerms(const std::string& name, const std::string& plural, Code code) {
@@ -119,7 +120,8 @@ class SdefReader {
     }
   }
 
-  void readProperties(const pugi::xml_node& node) {
+  // `classCode` is 0 when an extension comes before its class; its terms count all the same.
+  void readProperties(const pugi::xml_node& node, Code classCode) {
     for (const auto& property : node.children()) {
       const std::string_view kind = property.name();
       if (kind != "property" && kind != "contents") continue;
@@ -127,6 +129,7 @@ class SdefReader {
       const auto code = codeOf(property);
       if (!name || !code) continue;
       addProperty(*name, *code);
+      if (classCode != 0) terms_->classes_[classCode].properties.push_back(*code);
       terms_->properties_.try_emplace(*code, *name);
       terms_->propertyTypes_.try_emplace(*code, typeOf(property));
       for (const auto& synonym : property.children("synonym")) {

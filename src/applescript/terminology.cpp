@@ -1,5 +1,7 @@
 #include "applescript/terminology.h"
 
+#include <algorithm>
+
 #include "base/text.h"
 
 namespace quillbox::applescript {
@@ -65,6 +67,19 @@ std::string_view Terminology::enumeratorName(Code code) const {
 }
 std::string_view Terminology::propertyType(Code code) const {
   return nameIn(propertyTypes_, code);
+}
+
+std::vector<Code> Terminology::propertiesOf(Code classCode) const {
+  std::vector<Code> all;
+  for (std::size_t steps = 0; classCode != 0 && steps <= classes_.size(); ++steps) {
+    const auto found = classes_.find(classCode);
+    if (found == classes_.end()) break;
+    for (const auto property : found->second.properties) {
+      if (std::ranges::find(all, property) == all.end()) all.push_back(property);
+    }
+    classCode = found->second.parent;
+  }
+  return all;
 }
 
 Code Terminology::parentClass(Code code) const {

@@ -67,6 +67,8 @@ class Terminology {
   bool isKindOf(Code derived, Code base) const;
   // The declared type of a property ("text", "account"), empty when there is none.
   std::string_view propertyType(Code code) const;
+  // The properties that a class declares and inherits, each once, in the order of the definition.
+  std::vector<Code> propertiesOf(Code classCode) const;
 
  private:
   friend class SdefReader;
@@ -75,6 +77,7 @@ class Terminology {
     std::string name;
     std::string plural;
     Code parent = 0;
+    std::vector<Code> properties;
     std::string parentName;
   };
 

@@ -148,3 +148,20 @@ tell application "Depot" to set inside to it is running
 ----
 if application "Depot" is running then "on"
 -- expect: "on"
+----
+tell application "Depot"
+	set c to crate "pears" of shelf 1
+	{name of crate after c, name of crate before c, name of crate after crate 1 of shelf 1, a reference to crate after crate 1 of shelf 1}
+end tell
+-- expect: {"plums", "apples", "pears", crate after crate 1 of shelf 1 of application "Depot"}
+----
+tell application "Depot" to get name of crate after crate "plums" of shelf 1
+-- expect error: -1728 Depot got an error: Can’t get crate after crate "plums" of shelf 1.
+----
+-- All that the dictionary lists, with the terms as labels.
+tell application "Depot"
+	set p to properties of shelf 1
+	set q to properties of crate 1 of shelf 1
+	{p, name of q, weight of q, class of q, count properties of every crate of shelf 1}
+end tell
+-- expect: {{class:shelf, id:"N", name:"North", load limit:100}, "apples", 10.0, crate, 3}

@@ -102,3 +102,11 @@ end tell
 ----
 {"é" = "e", length of "naïve", character 3 of "naïve"}
 -- expect: {false, 5, "ï"}
+----
+-- The neighbour of an element.
+set t to "one two three"
+{word after word 1 of t, character before character -1 of t, item before item 3 of {1, 2, 3}, integer after integer 1 of {1, "a", 2}}
+-- expect: {"two", "e", 2, 2}
+----
+word after word 3 of "one two three"
+-- expect error: -1728 Can’t get word after word 3 of "one two three".
