@@ -233,6 +233,10 @@ void Evaluator::assignReference(const SpecifierObject& specifier, Value value) {
     return;
   }
   const auto container = dereferenced(specifier.container);
+  if (specifier.form == SpecifierForm::Property && specifier.code == code("txdl")) {
+    delimiters_ = dereferenced(value);
+    return;
+  }
   if (specifier.form == SpecifierForm::Property)
     return assignProperty(container, specifier.name, std::move(value));
   assignElement(container, {specifier.form, specifier.code, specifier.key, specifier.secondKey},

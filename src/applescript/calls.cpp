@@ -87,8 +87,9 @@ Value Evaluator::invoke(const HandlerNode& handler, ScriptInstance* home, Value 
           wording(error::parameterMissing,
                   {argumentName(*handler.parameters[arguments.size()].target), handler.name.text()}));
   }
+  // More than the handler takes are ignored, so that one caller serves handlers that want more and less.
   if (arguments.size() > expected && handler.form == HandlerNode::Form::Positional)
-    raise(error::notUnderstood, wording(error::notUnderstood, {sourceForm(me), handler.name.text()}), me);
+    arguments.resize(expected);
   if (handler.form != HandlerNode::Form::Positional) {
     std::vector<std::pair<Name, Value>> labels;
     auto direct = arguments.empty()       ? Value()

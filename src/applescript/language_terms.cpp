@@ -96,6 +96,10 @@ constexpr std::string_view kLanguage = R"xml(<dictionary>
   <enumerator name="local domain" code="fldl"/><enumerator name="system domain" code="flds"/>
   <enumerator name="network domain" code="fldn"/>
  </enumeration>
+ <record-type name="dialog reply" code="askr">
+  <property name="button returned" code="bhit" type="text"/><property name="text returned" code="ttxt" type="text"/>
+  <property name="gave up" code="gavu" type="boolean"/>
+ </record-type>
  <command name="offset" code="sysooffs"><parameter name="of" code="psof" type="text"/><parameter name="in" code="psin" type="text"/></command>
  <command name="random number" code="sysorand"><direct-parameter type="number" optional="yes"/><parameter name="from" code="from" type="number" optional="yes"/><parameter name="to" code="to  " type="number" optional="yes"/><parameter name="with seed" code="seed" type="number" optional="yes"/></command>
  <command name="round" code="sysorond"><direct-parameter type="real"/><parameter name="rounding" code="dire" type="any" optional="yes"/></command>

@@ -46,6 +46,7 @@ Value Evaluator::resolveLocal(const SpecifierObject& specifier) {
   if (specifier.form == SpecifierForm::Variable)
     return specifier.key.is(Kind::Cell) ? specifier.key.as<CellObject>().value : specifier.key;
   const auto container = dereferenced(specifier.container);
+  if (specifier.form == SpecifierForm::Property && specifier.code == code("txdl")) return delimiters_;
   if (specifier.form == SpecifierForm::Property)
     return propertyOf(container,
                       specifier.code != 0 ? Name(specifier.name.text(), specifier.code) : specifier.name);

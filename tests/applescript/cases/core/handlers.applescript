@@ -303,3 +303,34 @@ a's inc()
 set b to counters's make
 {a's inc(), b's inc(), counters's made}
 -- expect: {2, 1, 2}
+----
+-- Arguments that nobody takes are ignored, so that a fold can hand out the index too.
+on mReturn(f)
+	if script is class of f then
+		f
+	else
+		script
+			property |λ| : f
+		end script
+	end if
+end mReturn
+on foldl(f, startValue, xs)
+	tell mReturn(f)
+		set v to startValue
+		set lng to length of xs
+		repeat with i from 1 to lng
+			set v to |λ|(v, item i of xs, i, xs)
+		end repeat
+		return v
+	end tell
+end foldl
+on plus(a, b)
+	a + b
+end plus
+script multiply
+	on |λ|(a, b)
+		a * b
+	end |λ|
+end script
+{foldl(plus, 0, {1, 2, 3}), foldl(multiply, 1, {2, 3, 4})}
+-- expect: {6, 24}

@@ -83,3 +83,14 @@ tell AppleScript
 end tell
 parts
 -- expect: {"a", "b"}
+----
+-- Through a reference to them.
+set delimiters to a reference to my text item delimiters
+set old to contents of delimiters
+set contents of delimiters to "-"
+set found to {old, {1, 2} as text}
+set r to a reference to text item delimiters of AppleScript
+set contents of r to old
+set end of found to {1, 2} as text
+found
+-- expect: {{""}, "1-2", "12"}
