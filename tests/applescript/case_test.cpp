@@ -2,7 +2,9 @@
 // documentation, and the library of handlers with its own tests.
 #include <algorithm>
 #include <filesystem>
+#include <sstream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -57,24 +59,41 @@ TEST(Documentation, EveryExampleGivesWhatItSays) {
   runAll(snippets, path);
 }
 
-// The files joined in the order of their names are one script whose run handler tests all of it.
-TEST(Library, PassesItsOwnTests) {
+// The library is one script: its files joined in the order of their names; its run handler tests all of it.
+std::string libraryWith(std::string_view lineBreak, std::string_view indentation, std::string_view behind) {
   std::string source;
   for (const auto& name : scriptsBelow(kTests / "library")) {
-    source += readText((kTests / "library" / name).string());
-    source += '\n';
+    std::istringstream lines(readText((kTests / "library" / name).string()));
+    for (std::string line; std::getline(lines, line);) {
+      const auto begin = std::min(line.find_first_not_of('\t'), line.size());
+      for (std::size_t i = 0; i < begin; ++i) source += indentation;
+      source.append(line, begin).append(behind).append(lineBreak);
+    }
   }
-  QuietHost host;
-  const auto program = compile(source, host);
-  ASSERT_TRUE(program) << program.error().line << ":" << program.error().column << ": "
-                       << program.error().message;
-  Interpreter interpreter(*program, host);
-  const auto result = interpreter.run();
-  ASSERT_TRUE(result) << result.error().line << ":" << result.error().column << ": "
-                      << result.error().message;
-  const std::string summary(result->asText());
-  EXPECT_TRUE(summary.ends_with(" passed, 0 failed")) << summary;
-  EXPECT_GT(std::stoi("0" + summary), 600) << summary;
+  return source;
+}
+
+// However its lines end and are indented.
+TEST(Library, PassesItsOwnTests) {
+  const std::string sources[] = {
+      libraryWith("\n", "\t", ""),
+      libraryWith("\r\n", "  ", " \t"),
+      libraryWith("\r", "", ""),
+      libraryWith("\n", "\t\u00A0 \t", " \u00A0"),
+  };
+  for (const auto& source : sources) {
+    QuietHost host;
+    const auto program = compile(source, host);
+    ASSERT_TRUE(program) << program.error().line << ":" << program.error().column << ": "
+                         << program.error().message;
+    Interpreter interpreter(*program, host);
+    const auto result = interpreter.run();
+    ASSERT_TRUE(result) << result.error().line << ":" << result.error().column << ": "
+                        << result.error().message;
+    const std::string summary(result->asText());
+    EXPECT_TRUE(summary.ends_with(" passed, 0 failed")) << summary;
+    EXPECT_GT(std::stoi("0" + summary), 600) << summary;
+  }
 }
 
 }  // namespace
