@@ -59,17 +59,13 @@ on fileSelection(parameters)
 		markMessage(theMessage, marksRead, labelWord, flagNumber)
 		set theArchive to missing value
 		if shouldMove then set theArchive to item messageNumber of theArchives
-		tell application "Mail"
-			if not shouldMove then
-				duplicate theMessage to theDestination
-			else if theArchive is missing value then
-				set mailbox of theMessage to theDestination
-			else
-				-- The archive keeps the message, the destination gets a copy of it.
-				duplicate theMessage to theDestination
-				if mailbox of theMessage is not theArchive then set mailbox of theMessage to theArchive
-			end if
-		end tell
+		if theArchive is not missing value then
+			fileAndArchive(theMessage, theDestination, theArchive)
+		else if shouldMove then
+			tell application "Mail" to set mailbox of theMessage to theDestination
+		else
+			tell application "Mail" to duplicate theMessage to theDestination
+		end if
 	end repeat
 
 	showNeighbour(theNeighbour)
@@ -77,6 +73,22 @@ on fileSelection(parameters)
 	if keepOpen then tell application "Quillbox 4" to activate
 	return messageCount
 end fileSelection
+
+-- The archive keeps the message, the destination gets a copy of it.
+on fileAndArchive(theMessage, theDestination, theArchive)
+	tell application "Mail"
+		set theCopy to duplicate theMessage to theDestination
+		try
+			if mailbox of theMessage is not theArchive then set mailbox of theMessage to theArchive
+		on error errorMessage number errorNumber
+			-- Half filed is not filed: filing the message again is not to make a second copy.
+			try
+				if mailbox of theCopy is theDestination and id of theCopy is not id of theMessage then delete theCopy
+			end try
+			error errorMessage number errorNumber
+		end try
+	end tell
+end fileAndArchive
 
 on destinationMailbox(mailboxPath, accountName)
 	try

@@ -237,16 +237,23 @@ Result<UndoReport> Recovery::takeBack(const JournalEntry& entry, std::unique_ptr
   Transaction steps(environment_, store_);
   steps.writer_ = std::move(writer);
   steps.announces_ = false;
+  std::optional<MessageKey> lastHome;
   for (auto number = entry.filingRecords(); number > 0; --number) {
     const auto& record = entry.records[number - 1];
     if (record.isVoid || record.kind == Kind::mailbox || record.kind == Kind::keywords ||
         record.kind == Kind::plan) {
       continue;
     }
-    if (auto done = takeBack(record, steps, report); !done) {
+    const auto done = takeBack(record, steps);
+    if (!done) {
       // One message that cannot be taken back must not keep the others.
       report.kept.push_back(fmt::format("The message “{}” stays in “{}”: {}", shown(record.to),
                                         readableBytes(record.to.mailbox.path), done.error().message));
+    } else if (record.kind != Kind::marks) {
+      // One that was copied and then moved, as archiving does, is one message.
+      auto home = keyOf(record.from);
+      if (lastHome != home) ++report.count;
+      lastHome = std::move(home);
     }
   }
   writer = std::move(steps.writer_);
@@ -256,7 +263,7 @@ Result<UndoReport> Recovery::takeBack(const JournalEntry& entry, std::unique_ptr
   return report;
 }
 
-Result<void> Recovery::takeBack(const JournalRecord& record, Transaction& steps, UndoReport& report) {
+Result<void> Recovery::takeBack(const JournalRecord& record, Transaction& steps) {
   const auto inverse = MarkChange::between(record.after, record.before);
   if (record.kind == Kind::marks) {
     const auto there = find(record.from);
@@ -264,24 +271,19 @@ Result<void> Recovery::takeBack(const JournalRecord& record, Transaction& steps,
   }
   if (record.kind == Kind::copy) {
     if (auto removed = removeCopy(record); !removed) return removed;
-    ++report.count;
     return steps.applyMarks(keyOf(record.from), inverse);
   }
   const auto there = find(record.to);
   if (!there) return forward(there);
   if (!*there) {
     const auto back = find(record.from);
-    if (back && *back) {
-      ++report.count;
-      return {};
-    }
+    if (back && *back) return {};
     return fail(error_number::messageNotFound, "it was moved or deleted since");
   }
   const Folder home{record.from.mailbox.path, record.from.folder};
   auto moved = steps.relocate(keyOf(record.to), home, record.from.mailbox, inverse, Transaction::Mode::move);
   if (!moved) return forward(moved);
   steps.moves_.emplace_back(keyOf(record.to), *moved);
-  ++report.count;
   return {};
 }
 

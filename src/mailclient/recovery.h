@@ -47,7 +47,7 @@ class Recovery {
   void removeLeftovers(const JournalRecord& record, const std::string& token);
 
   Result<UndoReport> takeBack(const JournalEntry& entry, std::unique_ptr<JournalWriter> writer);
-  Result<void> takeBack(const JournalRecord& record, Transaction& steps, UndoReport& report);
+  Result<void> takeBack(const JournalRecord& record, Transaction& steps);
   Result<void> removeCopy(const JournalRecord& record);
 
   // The message's file in the folder as it is now; nothing when it is not there, or the folder is not.

@@ -109,9 +109,11 @@ Error Transaction::explain(Error error, std::string_view action, const MessageKe
                                 text::singleLine(readableBytes(key.id)), action, error.message);
   }
   if (action == kChanged && filed_ == 0) return error;
-  const auto count = filed_ == 0   ? "no message was"
-                     : filed_ == 1 ? "1 message was"
-                                   : fmt::format("{} messages were", filed_);
+  // A message of which a copy was made is not filed when it fails to go where it was to go next.
+  const auto before = filed_ - (lastCopied_ == key ? 1 : 0);
+  const auto count = before == 0   ? "no message was"
+                     : before == 1 ? "1 message was"
+                                   : fmt::format("{} messages were", before);
   error.message += fmt::format(" ({} filed before it)", count);
   return error;
 }
@@ -230,12 +232,12 @@ Result<MessageKey> Transaction::move(const MessageKey& key, const MailboxKey& de
   if (!from) return std::unexpected(explain(from.error(), "moved", key));
   if ((*from)->directory == to->directory) {
     if (auto there = storedMarks(key); !there) return std::unexpected(explain(there.error(), "moved", key));
-    ++filed_;
+    if (lastCopied_ != key) ++filed_;
     return key;
   }
   auto moved = relocate(key, *to, {destination.account, to->path}, takePending(key), Mode::move);
   if (!moved) return std::unexpected(explain(moved.error(), "moved", key));
-  ++filed_;
+  if (lastCopied_ != key) ++filed_;
   moves_.emplace_back(key, *moved);
   return moved;
 }
@@ -249,7 +251,8 @@ Result<MessageKey> Transaction::copy(const MessageKey& key, const MailboxKey& de
   const auto* to = *found;
   auto copied = relocate(key, *to, {destination.account, to->path}, takePending(key), Mode::copy);
   if (!copied) return std::unexpected(explain(copied.error(), "copied", key));
-  ++filed_;
+  if (lastCopied_ != key) ++filed_;
+  lastCopied_ = key;
   return copied;
 }
 

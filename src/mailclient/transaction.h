@@ -53,7 +53,7 @@ class Transaction {
   // Ends the transaction: writes what waits, makes everything durable and closes the journal's entry.
   Result<void> commit();
 
-  // Messages moved or copied so far.
+  // Messages moved or copied so far; one that is copied and then moved is one.
   std::size_t filed() const { return filed_; }
   const Moves& moves() const { return moves_; }
 
@@ -111,6 +111,7 @@ class Transaction {
   std::set<std::pair<std::string, std::string>> apart_;  // pairs of folders on different file systems
   Moves moves_;
   std::size_t filed_ = 0;
+  std::optional<MessageKey> lastCopied_;  // the original of the copy that was made last
   bool worthKeeping_ = false;  // the entry holds more than marks
   bool unsettled_ = false;     // a step could be neither completed nor taken back: recovery has to look again
 };

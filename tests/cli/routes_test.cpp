@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "in_process.h"
+#include "support/without_privileges.h"
 
 namespace quillbox {
 namespace {
@@ -203,6 +204,43 @@ TEST_F(Routes, WebMailGoesThroughTheArchiveByItsMode) {
     EXPECT_EQ(archived() + labelled(), 0U);
   }
 
+  // A selection from two accounts: by the inline text none is touched, by the filing script each goes its
+  // way.
+  ASSERT_TRUE(all_->gmailModes.setMode("Web", GmailFilingModeEnum::archive));
+  const auto chosen = await<AppleScriptResult>([&](auto done) {
+    all_->helper.runScriptText(
+        "tell application \"Mail\"\n"
+        "set selected messages of message viewer 1 to ¬\n"
+        "(messages 1 thru 2 of mailbox \"INBOX\" of account \"Work\") & ¬\n"
+        "(messages 1 thru 3 of mailbox \"INBOX\" of account \"Web\")\n"
+        "return count of (get selection)\nend tell",
+        "", std::move(done));
+  });
+  ASSERT_EQ(chosen->int32Value(), 5);
+  use(Route::inlineText);
+  const auto mixed = store_.snapshot();
+  EXPECT_EQ(file(label_, FilingAction::move).error->number, -1404);
+  EXPECT_EQ(store_.snapshot(), mixed);
+  use(Route::filingScript);
+  EXPECT_EQ(file(label_, FilingAction::move).count, 5);
+  EXPECT_EQ(store_.messages("Work").size(), 3U);
+  EXPECT_EQ(inbox(), 1U);
+  EXPECT_EQ(archived(), 3U);
+  EXPECT_EQ(labelled(), 5U);
+  ASSERT_TRUE(all_->mail.undo());
+  EXPECT_EQ(store_.messages("Work").size(), 5U);
+  EXPECT_EQ(inbox(), 4U);
+
+  // Filed out of the archive: it keeps the message.
+  ASSERT_TRUE(all_->mail.select("Web", "INBOX", {"1.Web@example.org"}));
+  EXPECT_EQ(file(Mailbox::make("All Mail", "[Gmail]/All Mail", "Web"), FilingAction::move).count, 1);
+  ASSERT_TRUE(all_->mail.select("Web", "[Gmail]/All Mail", {"1.Web@example.org"}));
+  EXPECT_EQ(file(label_, FilingAction::move).count, 1);
+  EXPECT_EQ(archived(), 1U);
+  EXPECT_EQ(labelled(), 1U);
+  ASSERT_TRUE(all_->mail.undo());
+  ASSERT_TRUE(all_->mail.undo());
+
   // Filed into the archive itself: moved there once.
   ASSERT_TRUE(all_->gmailModes.setMode("Web", GmailFilingModeEnum::archive));
   ASSERT_TRUE(all_->mail.select("Web", "INBOX", {"1.Web@example.org"}));
@@ -281,25 +319,66 @@ TEST_F(Routes, FailuresLeaveNoTraceAndReachTheAlert) {
   EXPECT_EQ(file(archive_, FilingAction::move).error->number, -1404);
 }
 
-TEST_F(Routes, AFolderThatCannotBeWrittenIsNamedAndNothingIsFiled) {
-  // Drafts cannot be made where a file lies, whoever runs the test.
-  const auto drafts = store_.mail() / "Work" / ".Archive" / "tmp";
-  std::filesystem::remove(drafts);
-  std::ofstream(drafts) << "x";
+class UnwritableFolders : private WithoutPrivileges, public Routes {
+ protected:
+  ~UnwritableFolders() override {
+    for (const auto& folder : folders_) allow(folder);
+  }
+  // The folder of an account, by its name on disk, takes no message from now on.
+  void forbid(const std::string& account, const std::string& name) {
+    folders_.push_back(store_.mail() / account / name);
+    for (const char* part : {"cur", "new", "tmp"})
+      std::filesystem::permissions(folders_.back() / part, std::filesystem::perms(0500));
+  }
+  static void allow(const std::filesystem::path& folder) {
+    for (const char* part : {"cur", "new", "tmp"})
+      std::filesystem::permissions(folder / part, std::filesystem::perms(0700));
+  }
+
+  std::vector<std::filesystem::path> folders_;
+};
+
+TEST_F(UnwritableFolders, AreNamedAndNothingIsFiled) {
+  forbid("Work", ".Archive");
   ASSERT_TRUE(all_->settings.useLogging.set(true));
   ASSERT_TRUE(all_->mail.selectAll("Work", "INBOX"));
   const auto before = store_.snapshot();
   for (const Route route : {Route::inlineText, Route::filingScript}) {
-    use(route);
-    const auto outcome = file(archive_, FilingAction::copy);
-    ASSERT_EQ(outcome.kind, TransferOutcome::Kind::failed);
-    EXPECT_EQ(posted_, std::vector{*outcome.error});
-    for (const char* part : {"could not be copied", drafts.c_str(), "no message was filed before it"})
-      EXPECT_NE(outcome.error->message.find(part), std::string::npos) << outcome.error->message;
-    EXPECT_EQ(store_.snapshot(), before);
+    for (const FilingAction action : {FilingAction::move, FilingAction::copy, FilingAction::archive}) {
+      use(route);
+      const auto outcome = file(archive_, action);
+      ASSERT_EQ(outcome.kind, TransferOutcome::Kind::failed);
+      EXPECT_EQ(posted_, std::vector{*outcome.error});
+      const std::string folder = (store_.mail() / "Work" / ".Archive").string();
+      for (const char* part : {"could not be ", folder.c_str(), "no message was filed before it"})
+        EXPECT_NE(outcome.error->message.find(part), std::string::npos) << outcome.error->message;
+      EXPECT_EQ(store_.snapshot(), before);
+    }
   }
   EXPECT_EQ(all_->settings.filedCount.get(), 0);
   EXPECT_EQ(filingLog(), "");
+}
+
+TEST_F(UnwritableFolders, AnArchiveLeavesNoMessageHalfFiled) {
+  forbid("Web", ".[Gmail].All Mail");
+  use(Route::filingScript);
+  ASSERT_TRUE(all_->gmailModes.setMode("Web", GmailFilingModeEnum::archive));
+  ASSERT_TRUE(all_->mail.select("Web", "INBOX", {"1.Web@example.org", "2.Web@example.org"}));
+  const auto failed = file(label_, FilingAction::move);
+  ASSERT_EQ(failed.kind, TransferOutcome::Kind::failed);
+  EXPECT_NE(failed.error->message.find("no message was filed"), std::string::npos) << failed.error->message;
+  EXPECT_EQ(store_.messages("Web").size(), 4U);
+  ASSERT_EQ(store_.messages("Web", ".Label").size(), 1U);
+  for (const auto& name : store_.messages("Web", ".Label"))
+    EXPECT_TRUE(name.ends_with("T")) << name << " is a copy that was not deleted";
+
+  // Mended, the same selection is filed, once.
+  allow(folders_.back());
+  EXPECT_EQ(file(label_, FilingAction::move).count, 2);
+  EXPECT_EQ(store_.messages("Web").size(), 2U);
+  const auto labelled = store_.messages("Web", ".Label");
+  EXPECT_EQ(std::ranges::count_if(labelled, [](const auto& name) { return !name.ends_with("T"); }), 2);
+  EXPECT_EQ(all_->mail.undo()->count, 2U) << "each message counts once";
 }
 
 // Whatever a name holds, it stays inside its quotes: the mailbox is not found, and nothing else happens.
