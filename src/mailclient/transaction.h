@@ -112,8 +112,8 @@ class Transaction {
   Moves moves_;
   std::size_t filed_ = 0;
   std::optional<MessageKey> lastCopied_;  // the original of the copy that was made last
-  bool worthKeeping_ = false;  // the entry holds more than marks
-  bool unsettled_ = false;     // a step could be neither completed nor taken back: recovery has to look again
+  bool worthKeeping_ = false;             // the entry holds more than marks
+  bool unsettled_ = false;  // a step could be neither completed nor taken back: recovery has to look again
 };
 
 }  // namespace quillbox::mailclient
