@@ -245,6 +245,12 @@ TEST_F(Scripting, GmailModeAsksForAccountsOnceAndObeysAnArchivingTransfer) {
   EXPECT_EQ(ask(Descriptor::int32(4)), 0);
   EXPECT_EQ(perform("GmailAccountFilingModeScriptingCommand")->int32Value(), 0);
 
+  // Without the accounts the global setting decides, and the next question asks for them again.
+  engine_.answer(std::unexpected(ScriptError{"no", -600, {}, {}, false}));
+  EXPECT_EQ(ask(Descriptor::text("Web")), 1);
+  EXPECT_TRUE(accounts_.accounts().get().empty());
+  engine_.forget();
+
   engine_.answer(Descriptor::list({Descriptor::list(
       {Descriptor::text("1"), Descriptor::text("Web"), Descriptor::text("imap.gmail.com")})}));
   EXPECT_EQ(ask(Descriptor::text("Web")), 1);
