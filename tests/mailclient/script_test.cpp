@@ -2,6 +2,8 @@
 #include <algorithm>
 #include <fstream>
 #include <iterator>
+#include <map>
+#include <regex>
 #include <string>
 #include <vector>
 
@@ -267,6 +269,43 @@ TEST_F(ScriptTest, ObjectsPrintAndAnswerAsTheDictionarySays) {
   for (const auto& [script, expected] : failing)
     EXPECT_EQ(mail(script).substr(0, expected.size()), expected) << mail(script);
   EXPECT_EQ(disk.tree("/mail"), before);
+}
+
+// Each property that the dictionary promises is answered, and those that it calls read-only cannot be set.
+TEST_F(ScriptTest, EveryPropertyOfTheDictionaryIsAnsweredOrRefused) {
+  const std::map<std::string, std::string> objects = {
+      {"application", ""},
+      {"account", "account 1"},
+      {"mailbox", "mailbox \"INBOX\" of account 1"},
+      {"message", "message 1 of mailbox \"INBOX\" of account 1"},
+      {"recipient", "recipient 1 of message 1 of mailbox \"INBOX\" of account 1"},
+      {"header", "header 1 of message 1 of mailbox \"INBOX\" of account 1"},
+      {"message viewer", "message viewer 1"},
+      {"window", "window 1"},
+  };
+  mail("make new message viewer");
+  std::ifstream file(std::string(QUILLBOX_SOURCE_DIR) + "/Resources/Mail.sdef");
+  static const std::regex pattern("<(class|property) name=\"([^\"]+)\"");
+  const std::string* object = nullptr;
+  std::size_t asked = 0;
+  for (std::string line; std::getline(file, line);) {
+    std::smatch match;
+    if (!std::regex_search(line, match, pattern)) continue;
+    if (match[1] == "class") {
+      const auto known = objects.find(match[2].str());
+      object = known == objects.end() ? nullptr : &known->second;
+      continue;
+    }
+    if (object == nullptr) continue;
+    ++asked;
+    const auto reference = match[2].str() + (object->empty() ? "" : " of " + *object);
+    const auto answer = mail("get " + reference);
+    EXPECT_FALSE(answer.empty() || answer.starts_with("error")) << reference << ": " << answer;
+    if (line.find("access=\"r\"") == std::string::npos) continue;
+    const auto refusal = mail("set " + reference + " to missing value");
+    EXPECT_EQ(refusal.substr(0, 12), "error -10003") << reference << ": " << refusal;
+  }
+  EXPECT_GT(asked, 70U);
 }
 
 TEST_F(ScriptTest, MarksAreSeenAtOnceAndMessagesStayTheSameWhereverTheyGo) {
