@@ -96,7 +96,20 @@ void Parser::skipLines() {
 }
 
 void Parser::expectLineEnd() {
-  if (!atLineEnd()) wrong("end of line, etc.");
+  if (atLineEnd()) return;
+  // Two operands in a row are told apart from other ends that come too late.
+  const auto isOperand = [](std::string_view described) {
+    return described == "identifier" || described == "number" || described == "“\"”";
+  };
+  if (at_ > 0) {
+    const auto found = describe(0);
+    --at_;
+    const auto before = describe(0);
+    ++at_;
+    if (isOperand(found) && isOperand(before))
+      wrongAt(token(), error::cannotGoAfter, wording(error::cannotGoAfter, {found, before}));
+  }
+  wrong("end of line, etc.");
 }
 
 void Parser::wrong(std::string_view expected) {

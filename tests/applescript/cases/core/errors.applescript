@@ -209,3 +209,15 @@ on error m
 	m
 end try
 -- expect: "42"
+----
+-- A number alone has the wording of its kind.
+set found to {}
+repeat with n in {-600, -1712, -1720, -1731, -2755, -10000, 12345}
+	try
+		error number n
+	on error m number k
+		set end of found to {m, k}
+	end try
+end repeat
+found
+-- expect: {{"Application isn’t running.", -600}, {"AppleEvent timed out.", -1712}, {"Invalid range.", -1720}, {"Unknown object type.", -1731}, {"Exit statement was not in a repeat loop.", -2755}, {"AppleEvent handler failed.", -10000}, {"An error of type 12345 has occurred.", 12345}}

@@ -111,3 +111,15 @@ set {a, -b} to {1, 2}
 ----
 set {x:1 + 1} to {x:2}
 -- expect syntax error at 1:1
+----
+set x to 1 2
+-- expect syntax error at 1:12: A number can’t go after this number.
+----
+theBox thePlace
+-- expect syntax error at 1:8: A identifier can’t go after this identifier.
+----
+set name_ to "a" & "b" name_
+-- expect syntax error at 1:24: A identifier can’t go after this “"”.
+----
+return true thing
+-- expect syntax error at 1:13: Expected end of line, etc. but found identifier.
