@@ -55,7 +55,7 @@ Result<std::vector<ExcludedMailboxManager::UnknownLine>> ExcludedMailboxManager:
       list.push_back(*mailbox);
     }
   }
-  if (auto saved = save(std::move(list)); !saved) return forward(saved);
+  if (auto saved = save(std::move(list), Overwrite::always); !saved) return forward(saved);
   std::string kept;
   for (const auto& line : unknown) kept += line.text + "\n";
   excludedString.set(std::move(kept));
@@ -65,10 +65,11 @@ Result<std::vector<ExcludedMailboxManager::UnknownLine>> ExcludedMailboxManager:
 }
 
 Result<void> ExcludedMailboxManager::removeSelection() {
-  refresh();
-  auto list = mailboxes.get();
-  std::erase_if(list, [this](const Mailbox& mailbox) { return selection.get().contains(mailbox.id); });
-  if (auto saved = save(std::move(list)); !saved) return saved;
+  const auto removed = change([this](std::vector<Mailbox>& list) {
+    return std::erase_if(list,
+                         [this](const Mailbox& mailbox) { return selection.get().contains(mailbox.id); }) > 0;
+  });
+  if (!removed) return forward(removed);
   selection.set({});
   return {};
 }

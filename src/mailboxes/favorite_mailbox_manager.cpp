@@ -31,22 +31,27 @@ void FavoriteMailboxManager::refresh() {
   if (sync() != nullptr && !wasSyncEnabled_) synchronize();
 }
 
-Result<void> FavoriteMailboxManager::save(std::vector<Mailbox> list) {
+Result<bool> FavoriteMailboxManager::save(std::vector<Mailbox> list, Overwrite overwrite) {
   const auto previous = mailboxes.get();
-  if (auto written = ListMailboxManager::save(std::move(list)); !written) return written;
+  auto written = ListMailboxManager::save(std::move(list), overwrite);
+  if (!written || !*written) return written;
   if (auto* const replica = sync()) {
     replica->recordLocalEdit(mailboxes.get(), previous);
     synchronize();
   }
-  return {};
+  return true;
 }
 
 void FavoriteMailboxManager::synchronize() {
   if (std::exchange(isSynchronizing_, true)) return;
   if (auto* const replica = sync()) {
     wasSyncEnabled_ = true;
-    // An error of writing was logged; the list stays as it is and the next step tries again.
-    (void)ListMailboxManager::save(replica->loadMergeAndSave(mailboxes.get()));
+    // An error of writing was logged; the list stays as it is and the next step tries again. An edit by
+    // another process meanwhile is merged too.
+    const auto mergeAndSave = [&] {
+      return ListMailboxManager::save(replica->loadMergeAndSave(mailboxes.get()), Overwrite::unchangedOnly);
+    };
+    for (auto saved = mergeAndSave(); saved && !*saved;) saved = mergeAndSave();
   }
   load();
   isSynchronizing_ = false;

@@ -22,7 +22,7 @@ class FavoriteMailboxManager final : public ListMailboxManager {
                          std::function<std::unique_ptr<FavoriteMailboxSync>()> makeSync = {});
 
   // Writes the list; with replication on, records the change there too.
-  Result<void> save(std::vector<Mailbox> list) override;
+  Result<bool> save(std::vector<Mailbox> list, Overwrite overwrite) override;
 
   // Brings the list and the replicated state together, when the setting is on; then, in any case, reloads and
   // posts "iCloudSyncDidUpdateToLatest". Called at start, and when the cloud store has changed; switching the

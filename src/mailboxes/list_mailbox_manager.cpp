@@ -25,26 +25,44 @@ void ListMailboxManager::refresh() {
   load();
 }
 
+Result<bool> ListMailboxManager::change(const std::function<bool(std::vector<Mailbox>&)>& edit) {
+  for (;;) {
+    refresh();
+    auto list = mailboxes.get();
+    if (!edit(list)) return false;
+    auto saved = save(std::move(list), Overwrite::unchangedOnly);
+    // Each round that is lost is one that another process has won.
+    if (!saved || *saved) return saved;
+  }
+}
+
 Result<bool> ListMailboxManager::add(const Mailbox& mailbox) {
-  refresh();
-  if (contains(mailbox)) return false;
-  auto list = mailboxes.get();
-  list.push_back(mailbox);
-  if (auto saved = save(std::move(list)); !saved) return forward(saved);
-  return true;
+  return change([&](std::vector<Mailbox>& list) {
+    if (std::ranges::find(list, mailbox.id, &Mailbox::id) != list.end()) return false;
+    list.push_back(mailbox);
+    return true;
+  });
 }
 
 Result<bool> ListMailboxManager::remove(const Mailbox& mailbox) {
-  refresh();
-  auto list = mailboxes.get();
-  if (std::erase_if(list, [&](const Mailbox& entry) { return entry.id == mailbox.id; }) == 0) return false;
-  if (auto saved = save(std::move(list)); !saved) return forward(saved);
+  return change([&](std::vector<Mailbox>& list) {
+    return std::erase_if(list, [&](const Mailbox& entry) { return entry.id == mailbox.id; }) > 0;
+  });
+}
+
+Result<bool> ListMailboxManager::save(std::vector<Mailbox> list, Overwrite overwrite) {
+  if (overwrite == Overwrite::always) {
+    if (auto written = stored_.set(list); !written) return forward(written);
+  } else {
+    auto written = stored_.setIfUnchanged(list);
+    if (!written || !*written) return written;
+  }
+  load();
   return true;
 }
 
-Result<void> ListMailboxManager::save(std::vector<Mailbox> list) {
-  if (auto written = stored_.set(list); !written) return written;
-  load();
+Result<void> ListMailboxManager::clear() {
+  if (auto saved = save({}, Overwrite::always); !saved) return forward(saved);
   return {};
 }
 

@@ -1,6 +1,7 @@
 // The three lists of mailboxes that the user keeps: an ordered list in the settings, each id once.
 #pragma once
 
+#include <functional>
 #include <vector>
 
 #include "base/observable.h"
@@ -10,8 +11,9 @@
 
 namespace quillbox {
 
-// Main queue only. Every change is read, made and written in one go, so that an edit by another process is
-// taken over first; a change that cannot be written is not made.
+// Main queue only. Every change is made to the list as it stands in the settings: an edit by another process
+// is taken over first, also one that comes while the change is made. A change that cannot be written is not
+// made.
 class ListMailboxManager {
  public:
   ListMailboxManager(UserSettings& settings, Setting<std::vector<Mailbox>>& stored);
@@ -29,9 +31,11 @@ class ListMailboxManager {
   virtual Result<bool> add(const Mailbox& mailbox);
   // Removes the entry with the same id and saves; false when there is none.
   virtual Result<bool> remove(const Mailbox& mailbox);
-  // Writes the list and publishes it. On an error the old one stays in force.
-  virtual Result<void> save(std::vector<Mailbox> list);
-  Result<void> clear() { return save({}); }
+  // Writes the list and publishes it. With Overwrite::unchangedOnly not, and false, when another process has
+  // changed the list since this one last looked; then that one is published. On an error the old one stays in
+  // force.
+  virtual Result<bool> save(std::vector<Mailbox> list, Overwrite overwrite);
+  Result<void> clear();
 
   bool contains(const Mailbox& mailbox) const { return contains(mailbox.id); }
   bool contains(std::string_view id) const;
@@ -43,6 +47,9 @@ class ListMailboxManager {
  protected:
   // Takes over what others have written, before a change.
   virtual void refresh();
+  // `edit` changes the list and says whether it did; it is called again when another process was first.
+  // False, and nothing is written, when it did not.
+  Result<bool> change(const std::function<bool(std::vector<Mailbox>&)>& edit);
 
   UserSettings& settings_;
 

@@ -5,21 +5,20 @@
 namespace quillbox {
 
 Result<bool> RecentMailboxManager::add(const Mailbox& mailbox) {
-  refresh();
   if (directory_ != nullptr && !directory_->everyMailbox().empty() &&
       directory_->findMailbox(mailbox.id) == nullptr) {
     return false;
   }
-  auto list = mailboxes.get();
-  if (std::erase_if(list, [&](const Mailbox& entry) { return entry.id == mailbox.id; }) == 0 &&
-      list.size() >= capacity) {
-    list.erase(list.begin());
-  }
-  list.push_back(mailbox);
-  // A list from elsewhere may be longer.
-  if (list.size() > capacity) list.erase(list.begin(), list.end() - capacity);
-  if (auto saved = save(std::move(list)); !saved) return forward(saved);
-  return true;
+  return change([&](std::vector<Mailbox>& list) {
+    if (std::erase_if(list, [&](const Mailbox& entry) { return entry.id == mailbox.id; }) == 0 &&
+        list.size() >= capacity) {
+      list.erase(list.begin());
+    }
+    list.push_back(mailbox);
+    // A list from elsewhere may be longer.
+    if (list.size() > capacity) list.erase(list.begin(), list.end() - capacity);
+    return true;
+  });
 }
 
 std::vector<SearchIndex::Position> RecentMailboxManager::prepare(const SearchIndex& allMailboxes) const {

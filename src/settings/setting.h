@@ -17,6 +17,7 @@ class SettingStore {
  public:
   virtual ~SettingStore() = default;
   virtual Result<void> write(std::string_view key, DefaultsValue value) = 0;
+  virtual Result<bool> writeIfUnchanged(std::string_view key, DefaultsValue value) = 0;
 };
 
 // Main queue only.
@@ -32,6 +33,12 @@ class Setting {
   // user to tell may ignore it.
   Result<void> set(const T& value) {
     return store_->write(key_, setting_codec::SettingCodec<T>::encode(value));
+  }
+
+  // For a value that was made out of the present one: as set(), but false, with the other value published,
+  // when another process has changed it since this one last looked.
+  Result<bool> setIfUnchanged(const T& value) {
+    return store_->writeIfUnchanged(key_, setting_codec::SettingCodec<T>::encode(value));
   }
 
   // Called after the value changed: by set(), or by another process when synchronize() notices.

@@ -165,15 +165,19 @@ void UserSettings::writeBack() {
   if (!written) log_.error(written.error().message);
 }
 
-Result<void> UserSettings::write(std::string_view key, DefaultsValue value) {
+Result<void> UserSettings::check(std::string_view key, const DefaultsValue& value) {
   const SettingAccess& access = *find(key);
-  if (const auto readable = access.check(value); !readable) {
-    const auto* bytes = std::get_if<Data>(&value);
-    const auto refusal = invalidValue(
-        access, bytes != nullptr ? std::string_view(bytes->bytes) : "the new value", readable.error());
-    log_.error(refusal.error().message);
-    return refusal;
-  }
+  const auto readable = access.check(value);
+  if (readable) return {};
+  const auto* bytes = std::get_if<Data>(&value);
+  const auto refusal = invalidValue(
+      access, bytes != nullptr ? std::string_view(bytes->bytes) : "the new value", readable.error());
+  log_.error(refusal.error().message);
+  return refusal;
+}
+
+Result<void> UserSettings::write(std::string_view key, DefaultsValue value) {
+  if (auto readable = check(key, value); !readable) return readable;
   if (auto written = defaults_.set(key, std::move(value)); !written) {
     log_.error(written.error().message);
     return written;
@@ -181,6 +185,24 @@ Result<void> UserSettings::write(std::string_view key, DefaultsValue value) {
   // What the suite holds now: an observer may have set the key once more meanwhile.
   load(key);
   return {};
+}
+
+Result<bool> UserSettings::writeIfUnchanged(std::string_view key, DefaultsValue value) {
+  if (auto readable = check(key, value); !readable) return forward(readable);
+  const auto before = defaults_.stored(key);
+  if (auto written = defaults_.setAll({{std::string(key), value}}, Overwrite::unchangedOnly); !written) {
+    log_.error(written.error().message);
+    return forward(written);
+  }
+  const auto now = defaults_.stored(key);
+  if (now != value && now == before) {
+    // Nobody else has written. What stands there has no form that is known, and gives way as it does to
+    // write().
+    if (auto written = write(key, std::move(value)); !written) return forward(written);
+    return true;
+  }
+  load(key);
+  return now == value;
 }
 
 std::vector<SettingValue> UserSettings::allValues() const {

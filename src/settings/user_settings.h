@@ -138,6 +138,9 @@ class UserSettings final : public SettingsProperties, private SettingStore {
 
  private:
   Result<void> write(std::string_view key, DefaultsValue value) override;
+  Result<bool> writeIfUnchanged(std::string_view key, DefaultsValue value) override;
+  // Fails, and says so, when the value could not be read back.
+  Result<void> check(std::string_view key, const DefaultsValue& value);
   void load(std::string_view key);
   void writeBack();
 

@@ -1,6 +1,7 @@
-// Two real processes that file the same selection at once.
+// Real processes at the same time: filing the same selection, and editing the same list.
 #include <string>
 #include <thread>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -40,6 +41,34 @@ TEST(TwoProcesses, FileTheSameSelectionAtOnceAndLoseNothing) {
     while (quill({"undo"}).status == 0) {
     }
     EXPECT_EQ(store.messages("Work").size(), static_cast<std::size_t>(count));
+  }
+}
+
+TEST(TwoProcesses, EditOneListAtOnceAndLoseNothing) {
+  Store store;
+  store.fill("Work", 0);
+  constexpr int count = 8;
+  for (int i = 0; i < count; ++i) store.folder("Work", ".F" + std::to_string(i));
+  const auto quill = [&](std::vector<std::string> words) {
+    words.insert(words.begin(), {"--profile", store.profile().string()});
+    return runQuillboxctl(words);
+  };
+  ASSERT_EQ(quill({"mail", "add", "Work", (store.mail() / "Work").string()}).status, 0);
+  const auto atOnce = [&](const char* list, const char* what, int last) {
+    std::vector<std::thread> others;
+    for (int i = 0; i < last; ++i)
+      others.emplace_back([&, i] { EXPECT_EQ(quill({list, what, "Work/F" + std::to_string(i)}).status, 0); });
+    for (auto& other : others) other.join();
+  };
+  for (const auto* list : {"favorites", "recents"}) {
+    atOnce(list, "add", count);
+    auto left = quill({list, "list"}).out;
+    for (int i = 0; i < count; ++i)
+      EXPECT_NE(left.find("Work/F" + std::to_string(i)), std::string::npos) << list << "\n" << left;
+    atOnce(list, "remove", count / 2);
+    left = quill({list, "list"}).out;
+    for (int i = 0; i < count; ++i)
+      EXPECT_EQ(left.find("Work/F" + std::to_string(i)) != std::string::npos, i >= count / 2) << left;
   }
 }
 

@@ -223,7 +223,7 @@ TEST_F(MailboxLists, TheExcludedListAsText) {
   EXPECT_TRUE(excluded.showingAlert.get() && excluded.showingEdit.get());
 
   // What is written can be read back, line breaks in a name too.
-  (void)excluded.save(boxes({"W/x\ny", "W/a"}));
+  (void)excluded.save(boxes({"W/x\ny", "W/a"}), Overwrite::always);
   excluded.beginEdit();
   ASSERT_EQ(excluded.confirmEdit(Directory(boxes({"W/x\ny", "W/a"}))),
             std::vector<ExcludedMailboxManager::UnknownLine>{});
