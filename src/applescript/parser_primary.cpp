@@ -48,8 +48,11 @@ bool Parser::beginsKey() const {
     case TokenKind::Piped:
       return true;
     case TokenKind::Symbol:
-      return here.text == "(" || (here.text == "-" && token(1).kind == TokenKind::Integer &&
-                                  token(1).begin == here.end && here.begin > tokens_[at_ - 1].end);
+      // `item -1`, `item -i`: the sign belongs to what it touches.
+      return here.text == "(" ||
+             (here.text == "-" && token(1).begin == here.end && here.begin > tokens_[at_ - 1].end &&
+              (token(1).kind == TokenKind::Integer || token(1).kind == TokenKind::Word ||
+               token(1).kind == TokenKind::Piped || token(1).isSymbol("(")));
     case TokenKind::Word:
       return isIdentifier() && !operatorHere() && here.text != "exists";
     default:

@@ -162,6 +162,7 @@ NodePtr Parser::rangeEnd() {
 NodePtr Parser::key() {
   const auto& start = token();
   if (acceptSymbol("-")) {
+    if (token().kind != TokenKind::Integer) return build<UnaryNode>(start, NodeKind::Negate, key());
     const auto& number = tokens_[at_++];
     return build<LiteralNode>(start, Value::integer(-number.integer));
   }

@@ -110,3 +110,8 @@ set t to "one two three"
 ----
 word after word 3 of "one two three"
 -- expect error: -1728 Can’t get word after word 3 of "one two three".
+----
+set i to 2
+set xs to {1, 2, 3}
+{character -i of "abc", item -i of xs, item -(i + 1) of xs, items -i thru -1 of xs, i -1}
+-- expect: {"b", 2, 1, {2, 3}, 1}
