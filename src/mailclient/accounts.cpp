@@ -87,12 +87,13 @@ Result<std::vector<MailAccount>> AccountStore::decode(const std::string& text) c
   };
   const auto json = parseJson(text, "accounts.json");
   if (!json) return forward(json);
-  if (!json->is_object() || !json->contains("accounts") || !(*json)["accounts"].is_array()) {
-    return damaged("it holds no list of accounts");
-  }
+  if (!json->is_object()) return damaged("it holds no list of accounts");
   if (const auto version = json->find("version");
       version == json->end() || !version->is_number_integer() || version->get<std::int64_t>() != kVersion) {
     return damaged("it was written by another version");
+  }
+  if (!json->contains("accounts") || !(*json)["accounts"].is_array()) {
+    return damaged("it holds no list of accounts");
   }
   std::vector<MailAccount> accounts;
   for (const auto& item : (*json)["accounts"]) {

@@ -11,6 +11,7 @@
 #include "base/error_numbers.h"
 #include "base/text.h"
 #include "mailclient/dot_lock.h"
+#include "mailclient/mime.h"
 #include "mailclient/name_codes.h"
 
 namespace quillbox::mailclient {
@@ -20,10 +21,6 @@ using Kind = JournalRecord::Kind;
 
 MessageKey keyOf(const JournalPlace& place) {
   return {place.mailbox, place.id()};
-}
-
-std::string shown(const JournalPlace& place) {
-  return text::singleLine(readableBytes(place.id()));
 }
 
 bool sameBesidesSeen(Marks a, Marks b) {
@@ -221,7 +218,12 @@ Result<UndoReport> Recovery::undoLast() {
     if (!writer) return forward(writer);
     if (*writer == nullptr) return fail(EBUSY, "The last filing is being taken back already");
     const auto entry = readEntry(environment_, *file);
-    if (!entry && entry.error().number == error_number::damagedFile) continue;
+    if (!entry && entry.error().number == error_number::damagedFile) {
+      // Not the filing before it instead: that would not be what was asked for.
+      return fail(error_number::damagedFile,
+                  fmt::format("The last filing can’t be taken back, as its journal entry is damaged: {}",
+                              entry.error().message));
+    }
     if (!entry) return forward(entry);
     if (!entry->holdsFiling()) continue;
     if (auto adopted = (*writer)->adopt(*entry); !adopted) return forward(adopted);
@@ -247,8 +249,9 @@ Result<UndoReport> Recovery::takeBack(const JournalEntry& entry, std::unique_ptr
     const auto done = takeBack(record, steps);
     if (!done) {
       // One message that cannot be taken back must not keep the others.
-      report.kept.push_back(fmt::format("The message “{}” stays in “{}”: {}", shown(record.to),
-                                        readableBytes(record.to.mailbox.path), done.error().message));
+      report.kept.push_back(fmt::format("The message “{}” could not be taken back from “{}”: {}",
+                                        describe(record), readableBytes(record.to.mailbox.path),
+                                        done.error().message));
     } else if (record.kind != Kind::marks) {
       // One that was copied and then moved, as archiving does, is one message.
       auto home = keyOf(record.from);
@@ -261,6 +264,18 @@ Result<UndoReport> Recovery::takeBack(const JournalEntry& entry, std::unique_ptr
   report.moves = steps.moves();
   if (auto discarded = writer->discard(); !discarded) return forward(discarded);
   return report;
+}
+
+std::string Recovery::describe(const JournalRecord& record) {
+  for (const auto& place : {record.to, record.from}) {
+    const auto index = store_.listed({place.mailbox.path, place.folder});
+    const auto* file = index ? (*index)->find(place.id()) : nullptr;
+    if (file == nullptr) continue;
+    const auto block = readHeaderBlock(environment_.files, file->path(place.folder));
+    if (!block) continue;
+    if (const auto subject = summarize(*block).subject; !subject.empty()) return text::singleLine(subject);
+  }
+  return text::singleLine(readableBytes(record.from.id()));
 }
 
 Result<void> Recovery::takeBack(const JournalRecord& record, Transaction& steps) {

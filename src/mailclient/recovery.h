@@ -32,7 +32,8 @@ class Recovery {
 
   // Takes back the last finished filing: moves its messages to where they were, with the marks that they had,
   // and removes the copies that it made. Marks and moves that others made since are kept. Fails with
-  // error_number::nothingMatches when there is no filing left.
+  // error_number::nothingMatches when there is no filing left, and with damagedFile when the last one cannot
+  // be read; the next call then takes back the one before it.
   Result<UndoReport> undoLast();
 
  private:
@@ -49,6 +50,8 @@ class Recovery {
   Result<UndoReport> takeBack(const JournalEntry& entry, std::unique_ptr<JournalWriter> writer);
   Result<void> takeBack(const JournalRecord& record, Transaction& steps);
   Result<void> removeCopy(const JournalRecord& record);
+  // The subject of the message; its id when it is in neither place or has none.
+  std::string describe(const JournalRecord& record);
 
   // The message's file in the folder as it is now; nothing when it is not there, or the folder is not.
   Result<std::optional<MessageFile>> find(const JournalPlace& place);
