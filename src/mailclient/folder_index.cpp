@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <functional>
 #include <iterator>
 #include <tuple>
 
@@ -26,9 +27,13 @@ bool isBefore(const MessageFile& a, std::int64_t aTime, const MessageFile& b, st
 
 Result<FolderIndex> FolderIndex::scan(FileSystem& files, const Clock& clock, const Path& folder) {
   auto index = list(files, clock, folder);
-  for (int count = 1; index && !index->isQuiet_ && count < kListings; ++count) {
+  if (!index) return index;
+  index->arrange(files, folder);
+  for (int count = 1; !index->isQuiet_ && count < kListings; ++count) {
     auto again = list(files, clock, folder);
     if (!again) return again;
+    if (again->fingerprint_ == index->fingerprint_) break;
+    again->arrange(files, folder);
     const bool isMissingSome = again->isMissingAnyOf(*index, files, folder);
     const bool isAlike = !isMissingSome && again->files_.size() == index->files_.size();
     index = std::move(again);
@@ -52,6 +57,7 @@ Result<FolderIndex> FolderIndex::list(FileSystem& files, const Clock& clock, con
     return files.list(directory, [&](std::string_view name, FileKind kind) {
       if (isMessageFileName(name) && (kind == FileKind::regular || kind == FileKind::symbolicLink)) {
         index.files_.push_back({std::string(name), subfolder});
+        index.fingerprint_ += std::hash<std::string_view>()(name);
       }
       return true;
     });
@@ -64,9 +70,12 @@ Result<FolderIndex> FolderIndex::list(FileSystem& files, const Clock& clock, con
     return std::chrono::abs(now - modified) > kQuietAfter;
   };
   index.isQuiet_ = isOld(index.curModified_) && isOld(index.newModified_) && index.areTimes(files, folder);
-  index.sort();
-  index.removeFormerNames(files, folder);
   return index;
+}
+
+void FolderIndex::arrange(FileSystem& files, const Path& folder) {
+  sort();
+  removeFormerNames(files, folder);
 }
 
 void FolderIndex::sort() {

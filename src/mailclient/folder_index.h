@@ -57,7 +57,9 @@ class FolderIndex {
   bool isQuiet() const { return isQuiet_; }
 
  private:
+  // As the directories list it, not arranged.
   static Result<FolderIndex> list(FileSystem& files, const Clock& clock, const Path& folder);
+  void arrange(FileSystem& files, const Path& folder);
   bool areTimes(FileSystem& files, const Path& folder) const;
   void sort();
   // Of several names of a message those count that are there.
@@ -70,6 +72,7 @@ class FolderIndex {
   std::unordered_map<std::string, MessageFile> changed_;  // an empty name: gone
   std::chrono::nanoseconds curModified_{0};
   std::chrono::nanoseconds newModified_{0};
+  std::size_t fingerprint_ = 0;  // of the names as they were listed, in whatever order
   bool isQuiet_ = false;
 };
 
