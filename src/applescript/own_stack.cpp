@@ -84,6 +84,7 @@ class Excursion {
 
  private:
   static void enter(unsigned high, unsigned low) {
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): the two ints that makecontext let through
     auto* self = reinterpret_cast<Excursion*>(static_cast<std::uintptr_t>(high) << 32U | low);
     self->begin();
     try {
