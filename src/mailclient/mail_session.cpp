@@ -1,6 +1,10 @@
 #include "mailclient/mail_session.h"
 
+#include <algorithm>
 #include <chrono>
+#include <optional>
+#include <utility>
+#include <vector>
 
 #include <fmt/format.h>
 
@@ -11,6 +15,23 @@
 namespace quillbox::mailclient {
 
 namespace as = applescript;
+
+namespace {
+
+// What a command is about: one object or a list of them. Nothing when it is about something else.
+std::optional<std::vector<ObjectRef>> objectsOf(const as::Event& event) {
+  if (event.direct.isNothing()) return std::vector<ObjectRef>{event.target};
+  if (event.direct.is(as::Kind::Live)) return std::vector<ObjectRef>{event.direct.asLive()};
+  if (!event.direct.isList()) return std::nullopt;
+  std::vector<ObjectRef> objects;
+  for (const auto& item : event.direct.items()) {
+    if (!item.is(as::Kind::Live)) return std::nullopt;
+    objects.push_back(item.asLive());
+  }
+  return objects;
+}
+
+}  // namespace
 
 MailSession::MailSession(MailClient& client, std::shared_ptr<const as::Terminology> terminology)
     : client_(client),
@@ -52,7 +73,6 @@ as::ObjectRef MailSession::root() {
 }
 
 Outcome<Value> MailSession::perform(const as::Event& event) {
-  const auto direct = [&] { return event.direct.is(as::Kind::Live) ? event.direct.asLive() : nullptr; };
   const auto suite = event.command->suite;
   const auto id = event.command->id;
   if (suite == code("emal")) {
@@ -69,30 +89,57 @@ Outcome<Value> MailSession::perform(const as::Event& event) {
   if ((suite == code("misc") && id == code("actv")) || runs || id == code("save")) {
     return Value::nothing();
   }
-  if (suite == code("core") && id == code("clos")) {
-    const auto object = direct() ? direct() : event.target;
-    if (!object || (object->classCode() != code("cwin") && object->classCode() != code("mvwr"))) {
+  if (suite == code("core") && id == code("clos")) return close(event);
+  if (suite == code("aevt") && id == code("odoc")) return open(event);
+  return as::failure(as::error::notUnderstood);
+}
+
+// Nothing is closed when one of the objects cannot be.
+Outcome<Value> MailSession::close(const as::Event& event) {
+  const auto objects = objectsOf(event);
+  if (!objects) return as::failure(as::error::notUnderstood);
+  for (const auto& object : *objects) {
+    if (object->classCode() != code("cwin") && object->classCode() != code("mvwr")) {
       return as::failure(as::error::notUnderstood);
     }
+  }
+  for (const auto& object : *objects) {
     if (auto closed = object->remove(); !closed) return std::unexpected(closed.error());
-    return Value::nothing();
   }
-  if (suite == code("aevt") && id == code("odoc")) {
-    // Shown in the viewer in front, or in a new one.
-    const auto* mailbox = mailboxOf(direct());
-    const auto* message = messageOf(direct());
-    if (mailbox == nullptr && message == nullptr) return as::failure(as::error::notUnderstood);
-    auto shown = model_->changeViews([&](ViewState& state) -> Result<void> {
-      auto& viewer = state.viewers.empty() ? state.open() : *state.front();
-      viewer.mailboxes = {mailbox != nullptr ? *mailbox : message->mailbox};
-      viewer.selected.clear();
-      if (message != nullptr) viewer.selected = {*message};
-      return {};
-    });
-    if (!shown) return std::unexpected(shown.error());
-    return Value::nothing();
+  return Value::nothing();
+}
+
+// In the viewer in front, or in a new one: the mailboxes named and those of the messages named, which are
+// selected.
+Outcome<Value> MailSession::open(const as::Event& event) {
+  const auto objects = objectsOf(event);
+  if (!objects) return as::failure(as::error::notUnderstood);
+  std::vector<MailboxKey> shown;
+  std::vector<MessageKey> selected;
+  for (const auto& object : *objects) {
+    std::vector<MailboxKey> keys;
+    if (const auto* message = messageOf(object)) {
+      selected.push_back(*message);
+      keys = {message->mailbox};
+    } else {
+      auto mailboxes = mailboxesOf(object);
+      if (!mailboxes) return std::unexpected(mailboxes.error());
+      if (!*mailboxes) return as::failure(as::error::notUnderstood);
+      keys = std::move(**mailboxes);
+    }
+    for (auto& key : keys) {
+      if (std::ranges::find(shown, key) == shown.end()) shown.push_back(std::move(key));
+    }
   }
-  return as::failure(as::error::notUnderstood);
+  if (shown.empty()) return Value::nothing();
+  auto done = model_->changeViews([&](ViewState& state) -> Result<void> {
+    auto& viewer = state.viewers.empty() ? state.open() : *state.front();
+    viewer.mailboxes = shown;
+    viewer.selected = selected;
+    return {};
+  });
+  if (!done) return std::unexpected(done.error());
+  return Value::nothing();
 }
 
 }  // namespace quillbox::mailclient

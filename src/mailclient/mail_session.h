@@ -41,6 +41,9 @@ class MailSession final : public applescript::Application {
   applescript::Outcome<applescript::Value> perform(const applescript::Event& event) override;
 
  private:
+  applescript::Outcome<applescript::Value> close(const applescript::Event& event);
+  applescript::Outcome<applescript::Value> open(const applescript::Event& event);
+
   MailClient& client_;
   std::shared_ptr<const applescript::Terminology> terminology_;
   std::unique_ptr<MailModel> model_;

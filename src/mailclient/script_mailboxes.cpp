@@ -184,10 +184,10 @@ class PurposeMailbox final : public as::ScriptObject {
       return Value::text(std::string(model_.application().terminology().propertyName(purpose_)));
     }
     if (property != code("mbuc")) return ScriptObject::property(property);
-    const auto keys = model_.mailboxesFor(purpose_);
-    if (!keys) return std::unexpected(keys.error());
+    const auto all = keys();
+    if (!all) return std::unexpected(all.error());
     std::size_t unread = 0;
-    for (const auto& key : *keys) {
+    for (const auto& key : *all) {
       const auto count = model_.unreadCount(key);
       if (!count) return std::unexpected(count.error());
       unread += *count;
@@ -196,12 +196,12 @@ class PurposeMailbox final : public as::ScriptObject {
   }
 
   Outcome<std::vector<ObjectRef>> elements(Code elementClass) override {
-    const auto keys = model_.mailboxesFor(purpose_);
-    if (!keys) return std::unexpected(keys.error());
-    if (elementClass == code("mbxp")) return mailboxObjects(model_, *keys);
+    const auto all = keys();
+    if (!all) return std::unexpected(all.error());
+    if (elementClass == code("mbxp")) return mailboxObjects(model_, *all);
     if (elementClass != code("mssg")) return ScriptObject::elements(elementClass);
     std::vector<ObjectRef> objects;
-    for (const auto& key : *keys) {
+    for (const auto& key : *all) {
       const auto messages = model_.messages(key);
       if (!messages) return std::unexpected(messages.error());
       std::ranges::move(messageObjects(model_, *messages), std::back_inserter(objects));
@@ -212,6 +212,8 @@ class PurposeMailbox final : public as::ScriptObject {
   Outcome<void> remove() override {
     return as::failure(as::error::handlerFailed, "Mailboxes can’t be deleted by scripts.");
   }
+
+  Outcome<std::vector<MailboxKey>> keys() const { return model_.mailboxesFor(purpose_); }
 
  private:
   MailModel& model_;
@@ -430,6 +432,15 @@ ObjectRef purposeMailboxObject(MailModel& model, Code purpose, Value owner) {
 const MailboxKey* mailboxOf(const ObjectRef& object) {
   const auto* mailbox = dynamic_cast<const MailboxObject*>(object.get());
   return mailbox == nullptr ? nullptr : &mailbox->key();
+}
+
+Outcome<std::optional<std::vector<MailboxKey>>> mailboxesOf(const ObjectRef& object) {
+  if (const auto* key = mailboxOf(object)) return std::vector<MailboxKey>{*key};
+  const auto* purpose = dynamic_cast<const PurposeMailbox*>(object.get());
+  if (purpose == nullptr) return std::nullopt;
+  auto keys = purpose->keys();
+  if (!keys) return std::unexpected(keys.error());
+  return std::move(*keys);
 }
 
 }  // namespace quillbox::mailclient

@@ -81,9 +81,11 @@ class MessageObject final : public as::ScriptObject {
 
   Outcome<void> setProperty(Code property, const Value& value) override {
     if (property == code("mbxp")) {
-      const auto* destination = value.is(as::Kind::Live) ? mailboxOf(value.asLive()) : nullptr;
-      if (destination == nullptr) return as::failure(as::error::cannotSet);
-      return moveToMailbox(*destination);
+      if (!value.is(as::Kind::Live)) return as::failure(as::error::cannotSet);
+      const auto destination = destinationIn(value.asLive());
+      if (!destination) return std::unexpected(destination.error());
+      if (!*destination) return as::failure(as::error::cannotSet);
+      return moveToMailbox(**destination);
     }
     const auto change = changeFor(property, value);
     if (!change) return std::unexpected(change.error());
@@ -147,22 +149,36 @@ class MessageObject final : public as::ScriptObject {
   }
 
   Outcome<ObjectRef> moveTo(const as::Place& place) override {
-    const auto* destination = mailboxOf(place.container);
-    if (destination == nullptr) return as::failure(as::error::cannotMoveThere);
-    auto moved = model_.move(key_, *destination);
+    const auto destination = destinationIn(place.container);
+    if (!destination) return std::unexpected(destination.error());
+    if (!*destination) return as::failure(as::error::cannotMoveThere);
+    auto moved = model_.move(key_, **destination);
     if (!moved) return std::unexpected(moved.error());
     return messageObject(model_, *moved);
   }
 
   Outcome<ObjectRef> duplicateTo(const std::optional<as::Place>& place, const Value&) override {
-    const auto* destination = place ? mailboxOf(place->container) : &key_.mailbox;
-    if (destination == nullptr) return as::failure(as::error::cannotMoveThere);
-    auto copied = model_.copy(key_, *destination);
+    const auto destination =
+        place ? destinationIn(place->container) : Outcome<std::optional<MailboxKey>>(key_.mailbox);
+    if (!destination) return std::unexpected(destination.error());
+    if (!*destination) return as::failure(as::error::cannotMoveThere);
+    auto copied = model_.copy(key_, **destination);
     if (!copied) return std::unexpected(copied.error());
     return messageObject(model_, *copied);
   }
 
  private:
+  // Where the message goes when it is to go there: of the mailboxes that "trash mailbox" and the like stand
+  // for, to that of its own account. nullopt: no mailbox, or the account has none of that kind.
+  Outcome<std::optional<MailboxKey>> destinationIn(const ObjectRef& object) {
+    if (const auto* key = mailboxOf(object)) return *key;
+    const auto mailboxes = mailboxesOf(object);
+    if (!mailboxes) return std::unexpected(mailboxes.error());
+    if (!*mailboxes) return std::nullopt;
+    const auto own = std::ranges::find(**mailboxes, key_.mailbox.account, &MailboxKey::account);
+    return own == (*mailboxes)->end() ? std::nullopt : std::optional(*own);
+  }
+
   Outcome<void> moveToMailbox(const MailboxKey& destination) {
     auto moved = model_.move(key_, destination);
     if (!moved) return std::unexpected(moved.error());

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <iterator>
 #include <set>
 #include <utility>
 
@@ -319,31 +320,46 @@ Value liveList(const std::vector<ObjectRef>& objects) {
 
 namespace {
 
-template <class Key>
-Outcome<std::vector<Key>> keysIn(const Value& value, const Key* (*keyOf)(const ObjectRef&)) {
-  std::vector<Key> keys;
-  const auto take = [&](const Value& item) {
-    const auto* key = item.is(as::Kind::Live) ? keyOf(item.asLive()) : nullptr;
-    if (key != nullptr) keys.push_back(*key);
-    return key != nullptr;
+// Calls `take` with each object in a value; it says whether the object is of the kind that is wanted.
+Outcome<void> forEachObject(const Value& value, const std::function<Outcome<bool>(const ObjectRef&)>& take) {
+  const auto one = [&](const Value& item) -> Outcome<void> {
+    if (!item.is(as::Kind::Live)) return as::failure(as::error::wrongType, {}, item);
+    const auto taken = take(item.asLive());
+    if (!taken) return std::unexpected(taken.error());
+    if (!*taken) return as::failure(as::error::wrongType, {}, item);
+    return {};
   };
-  if (value.isList()) {
-    for (const auto& item : value.items()) {
-      if (!take(item)) return as::failure(as::error::wrongType, {}, item);
-    }
-  } else if (!value.isMissing() && !take(value)) {
-    return as::failure(as::error::wrongType, {}, value);
+  if (value.isMissing()) return {};
+  if (!value.isList()) return one(value);
+  for (const auto& item : value.items()) {
+    if (auto done = one(item); !done) return done;
   }
-  return keys;
+  return {};
 }
 
 }  // namespace
 
 Outcome<std::vector<MessageKey>> messagesIn(const Value& value) {
-  return keysIn<MessageKey>(value, &messageOf);
+  std::vector<MessageKey> keys;
+  const auto done = forEachObject(value, [&](const ObjectRef& object) -> Outcome<bool> {
+    const auto* key = messageOf(object);
+    if (key != nullptr) keys.push_back(*key);
+    return key != nullptr;
+  });
+  if (!done) return std::unexpected(done.error());
+  return keys;
 }
+
 Outcome<std::vector<MailboxKey>> mailboxesIn(const Value& value) {
-  return keysIn<MailboxKey>(value, &mailboxOf);
+  std::vector<MailboxKey> keys;
+  const auto done = forEachObject(value, [&](const ObjectRef& object) -> Outcome<bool> {
+    auto mailboxes = mailboxesOf(object);
+    if (!mailboxes) return std::unexpected(mailboxes.error());
+    if (*mailboxes) std::ranges::move(**mailboxes, std::back_inserter(keys));
+    return mailboxes->has_value();
+  });
+  if (!done) return std::unexpected(done.error());
+  return keys;
 }
 
 }  // namespace quillbox::mailclient

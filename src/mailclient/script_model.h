@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -107,6 +108,8 @@ ObjectRef windowObject(MailModel& model, int windowId);
 // What a live object is; nullptr for anything else.
 const MailboxKey* mailboxOf(const ObjectRef& object);
 const MessageKey* messageOf(const ObjectRef& object);
+// The mailbox that it is, or all of those that it stands for; nullopt when it is no mailbox.
+Outcome<std::optional<std::vector<MailboxKey>>> mailboxesOf(const ObjectRef& object);
 
 std::vector<ObjectRef> messageObjects(MailModel& model, const std::vector<MessageKey>& keys);
 Value liveList(const std::vector<ObjectRef>& objects);

@@ -129,9 +129,9 @@ TEST(Folders, NamesOfNewMailboxesAreChecked) {
 
 TEST(Accounts, AreAddedListedAndForgotten) {
   TestMail mail;
-  mail.makeFolder("/mail/work");
+  mail.makeFolder("/mail/office");
   mail.makeFolder("/mail/nest/INBOX");
-  mail.addAccount("Work", "/mail/work/", "imap.example.org");
+  mail.addAccount("Office", "/mail/office/", "imap.example.org");
   mail.addAccount("Ähm \"2\"", "/mail/nest/../nest");
   const auto before = mail.disk.tree("/mail");
 
@@ -139,11 +139,11 @@ TEST(Accounts, AreAddedListedAndForgotten) {
     AddAccount account;
     std::int64_t number;
   };
-  const std::vector<Bad> bad = {{{"Work", "/mail/work", "", AccountType::imap}, error_number::accountExists},
-                                {{"", "/mail/work", "", AccountType::imap}, error_number::invalidName},
-                                {{"a/b", "/mail/work", "", AccountType::imap}, error_number::invalidName},
-                                {{"a\nb", "/mail/work", "", AccountType::imap}, error_number::invalidName},
-                                {{"\xff", "/mail/work", "", AccountType::imap}, error_number::invalidName},
+  const std::vector<Bad> bad = {{{"Office", "/mail/office", "", AccountType::imap}, error_number::accountExists},
+                                {{"", "/mail/office", "", AccountType::imap}, error_number::invalidName},
+                                {{"a/b", "/mail/office", "", AccountType::imap}, error_number::invalidName},
+                                {{"a\nb", "/mail/office", "", AccountType::imap}, error_number::invalidName},
+                                {{"\xff", "/mail/office", "", AccountType::imap}, error_number::invalidName},
                                 {{"x", "/nowhere", "", AccountType::imap}, error_number::maildirUnusable},
                                 {{"x", "relative", "", AccountType::imap}, error_number::maildirUnusable}};
   for (const auto& [account, number] : bad) {
@@ -154,13 +154,13 @@ TEST(Accounts, AreAddedListedAndForgotten) {
   // Another process adds one meanwhile: neither is lost.
   const auto otherEnvironment = mail.environment();
   MailClient other(otherEnvironment);
-  ASSERT_TRUE(other.addAccount({"Third", "/mail/work", "", AccountType::pop}));
-  ASSERT_TRUE(mail.client().addAccount({"Fourth", "/mail/work", "", AccountType::iCloud}));
+  ASSERT_TRUE(other.addAccount({"Third", "/mail/office", "", AccountType::pop}));
+  ASSERT_TRUE(mail.client().addAccount({"Fourth", "/mail/office", "", AccountType::iCloud}));
 
   mail.restart();
   auto accounts = *mail.client().accounts();
   ASSERT_EQ(accounts.size(), 4U);
-  EXPECT_EQ(accounts[0].path, "/mail/work");
+  EXPECT_EQ(accounts[0].path, "/mail/office");
   EXPECT_EQ(accounts[0].server, "imap.example.org");
   EXPECT_EQ(accounts[1].name, "Ähm \"2\"");
   EXPECT_EQ(accounts[1].layout, Layout::nested);

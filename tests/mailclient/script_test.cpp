@@ -78,10 +78,10 @@ class Host final : public as::Host {
 class ScriptTest : public testing::Test, public TestMail {
  protected:
   void SetUp() override {
-    makeFolder("/mail/work");
-    makeFolder("/mail/work/.Projects.a \"b\" \\c");
+    makeFolder("/mail/office");
+    makeFolder("/mail/office/.Projects.a \"b\" \\c");
     makeFolder("/mail/gmail/INBOX");
-    addAccount("Work \"1\"", "/mail/work", "imap.work.example");
+    addAccount("Office \"1\"", "/mail/office", "imap.office.example");
     addAccount("Web", "/mail/gmail", "imap.gmail.com");
     ids_ = {(*client().accounts())[0].id, (*client().accounts())[1].id};
     for (int i = 1; i <= 3; ++i) disk.put(name(i), message(i));
@@ -89,7 +89,7 @@ class ScriptTest : public testing::Test, public TestMail {
     if (!client().makeMailbox(localAccountName, "Receipts/2024")) FAIL();
   }
   static Path name(int i) {
-    return "/mail/work/new/170000000" + std::to_string(i) + ".n" + std::to_string(i);
+    return "/mail/office/new/170000000" + std::to_string(i) + ".n" + std::to_string(i);
   }
   static std::string message(int i) {
     const auto n = std::to_string(i);
@@ -123,24 +123,24 @@ class ScriptTest : public testing::Test, public TestMail {
 };
 
 TEST_F(ScriptTest, TheTransferTextFilesTheSelection) {
-  ASSERT_EQ(*client().selectAll("Work \"1\"", "INBOX"), 3U);
+  ASSERT_EQ(*client().selectAll("Office \"1\"", "INBOX"), 3U);
   texts::TransferOptions options;
   options.label = MessageLabelAppEnum::yellow;
   options.flag = MessageFlagAppEnum::gray;
   options.playSound = true;
   options.scriptRequiredMessage = "needs the script";
-  EXPECT_EQ(run(texts::transferSelectedMessages("Projects/a \"b\" \\c", "Work \"1\"", options)), "3");
+  EXPECT_EQ(run(texts::transferSelectedMessages("Projects/a \"b\" \\c", "Office \"1\"", options)), "3");
   const auto all = everything();
   ASSERT_EQ(all.size(), 4U);
   for (int i = 1; i <= 3; ++i) {
     const auto found = all.find("Subject " + std::to_string(i));
     ASSERT_NE(found, all.end());
     EXPECT_EQ(found->second,
-              "/work/.Projects.a \"b\" \\c|FS|$MailFlagBit1 $MailFlagBit2 $QuillboxLabelYellow ");
+              "/office/.Projects.a \"b\" \\c|FS|$MailFlagBit1 $MailFlagBit2 $QuillboxLabelYellow ");
   }
   EXPECT_EQ(client().selection()->size(), 3U);
   EXPECT_EQ(client().undo()->count, 3U);
-  EXPECT_EQ(everything().find("Subject 1")->second, "/work||");
+  EXPECT_EQ(everything().find("Subject 1")->second, "/office||");
 
   // Copies into a local mailbox, with the flag removed and no label.
   options = {};
@@ -149,7 +149,7 @@ TEST_F(ScriptTest, TheTransferTextFilesTheSelection) {
   options.markAsRead = false;
   EXPECT_EQ(run(texts::transferSelectedMessages("Receipts/2024", "On My Mac", options)), "3");
   EXPECT_EQ(client().messages(localAccountName, "Receipts/2024")->size(), 3U);
-  EXPECT_EQ(client().messages("Work \"1\"", "INBOX")->size(), 3U);
+  EXPECT_EQ(client().messages("Office \"1\"", "INBOX")->size(), 3U);
   EXPECT_EQ(client().undo()->count, 3U);
   EXPECT_TRUE(client().messages(localAccountName, "Receipts/2024")->empty());
 }
@@ -161,7 +161,7 @@ TEST_F(ScriptTest, WebMailAndMissingMailboxesFailBeforeAnythingMoves) {
   options.scriptRequiredMessage = "needs the script";
   EXPECT_EQ(run(texts::transferSelectedMessages("Receipts", "On My Mac", options)).substr(0, 11),
             "error -1404");
-  ASSERT_TRUE(client().selectAll("Work \"1\"", "INBOX"));
+  ASSERT_TRUE(client().selectAll("Office \"1\"", "INBOX"));
   const auto missing = run(texts::transferSelectedMessages("No \"such\"", "Web", options));
   EXPECT_EQ(missing.substr(0, 11), "error -1728") << missing;
   EXPECT_EQ(disk.tree("/mail"), before);
@@ -170,15 +170,16 @@ TEST_F(ScriptTest, WebMailAndMissingMailboxesFailBeforeAnythingMoves) {
 }
 
 TEST_F(ScriptTest, TheQueriesAnswer) {
-  EXPECT_EQ(run(texts::accounts()), "{{\"" + ids_[0] + "\", \"Work \\\"1\\\"\", \"imap.work.example\"}, {\"" +
-                                        ids_[1] + "\", \"Web\", \"imap.gmail.com\"}}");
-  EXPECT_EQ(run(texts::accountNames()), "{\"Work \\\"1\\\"\", \"Web\", \"On My Mac\"}");
+  EXPECT_EQ(run(texts::accounts()), "{{\"" + ids_[0] +
+                                        "\", \"Office \\\"1\\\"\", \"imap.office.example\"}, {\"" + ids_[1] +
+                                        "\", \"Web\", \"imap.gmail.com\"}}");
+  EXPECT_EQ(run(texts::accountNames()), "{\"Office \\\"1\\\"\", \"Web\", \"On My Mac\"}");
   EXPECT_EQ(run(texts::anyGmailAccounts()), "true");
   EXPECT_EQ(run(texts::mailboxCount()), "5");
   EXPECT_EQ(mail("set enabled of account \"Web\" to false"), "false");
   EXPECT_EQ(run(texts::mailboxCount()), "4");
   EXPECT_EQ(run(texts::frontWindowBounds()), "{80, 60, 1180, 820}");
-  ASSERT_TRUE(client().select("Work \"1\"", "INBOX", {"m2@example.org"}));
+  ASSERT_TRUE(client().select("Office \"1\"", "INBOX", {"m2@example.org"}));
   EXPECT_EQ(run(texts::selectedMessages(texts::Include::yes, texts::Include::no)),
             "{{\"m2@example.org\", \"Lovelace, Ada <ada@example.org>\", \"Subject 2\", \"Body 2.\n\", "
             "missing value}}");
@@ -189,17 +190,17 @@ TEST_F(ScriptTest, MailboxesAreMadeAndShown) {
   const auto create = [&](const char* name, const char* parent, const char* account) {
     return run(texts::createMailbox(name, parent, account, "there already"));
   };
-  EXPECT_EQ(create("Neu \"x\" \\y", "Büro", "Work \"1\""), "true");
-  EXPECT_EQ(create("Neu \"x\" \\y", "Büro", "Work \"1\""), "error -2100: there already");
+  EXPECT_EQ(create("Neu \"x\" \\y", "Büro", "Office \"1\""), "true");
+  EXPECT_EQ(create("Neu \"x\" \\y", "Büro", "Office \"1\""), "error -2100: there already");
   EXPECT_EQ(create("Top", "", "On My Mac"), "true");
   EXPECT_EQ(create("Sub", "Top", "On My Mac"), "true");
-  EXPECT_TRUE(create("a.b", "", "Work \"1\"").find("error -4010") == 0);
-  EXPECT_TRUE(disk.exists("/mail/work/.B&APw-ro.Neu \"x\" \\y/cur"));
+  EXPECT_TRUE(create("a.b", "", "Office \"1\"").find("error -4010") == 0);
+  EXPECT_TRUE(disk.exists("/mail/office/.B&APw-ro.Neu \"x\" \\y/cur"));
   EXPECT_TRUE(disk.exists("/profile/mail/local/Top/Sub/cur"));
 
   run(texts::showMailbox("Top/Sub", "On My Mac", texts::Activation::mail, texts::Viewer::frontmost));
   EXPECT_EQ(mail("selected mailboxes of message viewer 1"), "{mailbox \"Top/Sub\" of application \"Mail\"}");
-  run(texts::showMailbox("Büro", "Work \"1\"", texts::Activation::mail, texts::Viewer::newViewer));
+  run(texts::showMailbox("Büro", "Office \"1\"", texts::Activation::mail, texts::Viewer::newViewer));
   EXPECT_EQ(mail("count of message viewers"), "2");
   EXPECT_EQ(mail("name of window 1"), "\"Büro\"");
   EXPECT_EQ(mail("close window 1"), "");
@@ -210,6 +211,51 @@ TEST_F(ScriptTest, MailboxesAreMadeAndShown) {
   const auto missing =
       run(texts::showMailbox("Nope", "Web", texts::Activation::mail, texts::Viewer::newViewer));
   EXPECT_EQ(missing, "error -2404: The mailbox 'Nope' in 'Web' could not be found");
+}
+
+// One after the other: each begins with what the one before has left.
+TEST_F(ScriptTest, CommandsTakeListsAndTheMailboxesOfAllAccounts) {
+  makeFolder("/mail/office/.Trash");
+  const std::string two = "make new message viewer\nmake new message viewer\n";
+  const std::string inbox = "mailbox \"INBOX\" of account 1";
+  const std::string notUnderstood = "error -1708";
+  const std::vector<std::pair<std::string, std::string>> table = {
+      {two + "close every window\ncount windows", "0"},
+      {two + "close (every window whose index is 1)\ncount message viewers", "1"},
+      {two + "set w to rest of windows\nclose w\ncount windows", "1"},
+      {two + "tell every message viewer to close saving no\ncount windows", "0"},
+      {"close every window", ""},
+      {two + "close {window 1, message viewer 1}\ncount windows", "1"},
+      {"close {window 1, " + inbox + "}", notUnderstood},
+      {"close", notUnderstood},
+      {"close {1}", notUnderstood},
+      {"{count windows, exists window 1, exists window 2}", "{1, true, false}"},
+      {"save every window", ""},
+      {"quit saving no", ""},
+      {"open {mailbox \"Trash\" of account 1, message 2 of " + inbox + ", message 1 of " + inbox +
+           "}\n{name of selected mailboxes, subject of selected messages} of message viewer 1",
+       "{{\"Trash\", \"INBOX\"}, {\"Subject 2\", \"Subject 3\"}}"},
+      {"open {" + inbox + ", window 1}", notUnderstood},
+      {"set selected mailboxes of message viewer 1 to {inbox, trash mailbox}\n"
+       "name of account of selected mailboxes of message viewer 1",
+       "{\"Office \\\"1\\\"\", \"Web\", \"Office \\\"1\\\"\"}"},
+      {"set selected mailboxes of message viewer 1 to 3", "error -1703"},
+      {"delete (messages of " + inbox + " whose subject ends with \"1\")\nmove message 1 of " + inbox +
+           " to trash mailbox\nset mailbox of message 1 of " + inbox +
+           " to trash mailbox\nsubject of messages of mailbox \"Trash\" of account 1",
+       "{\"Subject 3\", \"Subject 2\", \"Subject 1\"}"},
+      {"move message 1 of mailbox \"INBOX\" of account 2 to trash mailbox", "error -10024"},
+      {"set mailbox of message 1 of mailbox \"INBOX\" of account 2 to trash mailbox", "error -10006"},
+      {"duplicate messages of trash mailbox to inbox\ncount messages of " + inbox, "3"},
+  };
+  for (const auto& [script, expected] : table) {
+    const auto answer = run("tell application \"Mail\"\n" + script + "\nend tell");
+    EXPECT_EQ(expected.starts_with("error") ? answer.substr(0, expected.size()) : answer, expected)
+        << script << "\n"
+        << answer;
+  }
+  for (int i = 0; i < 2; ++i) EXPECT_EQ(client().undo()->count, 3U) << "copies, then what was deleted";
+  EXPECT_EQ(mail("unread count of " + inbox), "3");
 }
 
 TEST_F(ScriptTest, ObjectsPrintAndAnswerAsTheDictionarySays) {
