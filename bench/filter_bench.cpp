@@ -22,9 +22,7 @@
 #include "mailbox_trees.h"
 #include "mailboxes/mailbox_filter.h"
 #include "mailboxes/mailbox_manager.h"
-#include "support/fakes.h"
-#include "support/manual_dispatch.h"
-#include "support/recording_script_engine.h"
+#include "support/script_surroundings.h"
 
 namespace quillbox::bench {
 namespace {
@@ -178,15 +176,8 @@ void takeList(benchmark::State& state, std::size_t size, const std::vector<Mailb
   state.counters["bytes_per_mailbox"] = bytes;
 }
 
-class NoInstalledScripts final : public InstalledScriptRunner {
- public:
-  Path directory() const override { return {}; }
-  bool isInstalled(const std::string&) const override { return false; }
-  void execute(const std::string&, AppleEvent, Completion) override {}
-};
-
 // A manager whose queues run by hand, to see how long the main queue is held by any one task.
-class HeldMainQueue {
+class HeldMainQueue : private ScriptSurroundings {
  public:
   double worstMilliseconds() const { return worst_; }
 
@@ -240,20 +231,6 @@ class HeldMainQueue {
     return static_cast<double>(now.tv_sec) * 1e3 + static_cast<double>(now.tv_nsec) / 1e6;
   }
 
-  ManualClock clock_;
-  ManualDispatch dispatch_{clock_};
-  NotificationCenter notifications_;
-  RecordingLog log_;
-  MemoryUserDefaults defaults_;
-  UserSettings settings_{defaults_, log_};
-  FakeLocalizer localizer_;
-  FakeWorkspace workspace_;
-  FakeResourceBundle resources_;
-  RecordingScriptEngine engine_;
-  NoInstalledScripts installed_;
-  ScriptStatus status_;
-  AppleScriptHelper helper_{
-      {engine_, installed_, resources_, workspace_, dispatch_, localizer_, log_, status_}};
   MailboxRetrieval retrieval_{{helper_, resources_, workspace_, notifications_, status_, log_}};
   FavoriteMailboxManager favorites_{settings_, notifications_};
   RecentMailboxManager recents_{settings_};

@@ -8,11 +8,9 @@
 #include <gtest/gtest.h>
 
 #include "automation/filing_script_installer.h"
-#include "support/fakes.h"
 #include "support/faulty_file_system.h"
-#include "support/manual_dispatch.h"
 #include "support/memory_file_system.h"
-#include "support/recording_script_engine.h"
+#include "support/script_surroundings.h"
 
 namespace quillbox {
 namespace {
@@ -20,13 +18,6 @@ namespace {
 const Path kFolder = "/home/Application Scripts/com.brix.Quillbox4";
 const Path kScript = kFolder / "Quillbox Filing.scpt";
 const Path kSource = "/app/Scripts/Quillbox Filing.scpt";
-
-class NoInstalledScripts final : public InstalledScriptRunner {
- public:
-  Path directory() const override { return kFolder; }
-  bool isInstalled(const std::string&) const override { return false; }
-  void execute(const std::string&, AppleEvent, Completion) override { ADD_FAILURE() << "nothing is run"; }
-};
 
 class RecordingInterface final : public InstallerInterface {
  public:
@@ -43,26 +34,16 @@ class RecordingInterface final : public InstallerInterface {
   std::vector<std::string> alerts;
 };
 
-class Installer : public testing::Test {
+class Installer : public testing::Test, protected ScriptSurroundings {
  protected:
   Installer() {
+    installed_.folder = kFolder;
     disk_.putDirectory(kFolder);
     disk_.put(kSource, "new script");
     resources_.add("Scripts/Quillbox Filing.scpt", kSource);
   }
   std::vector<std::string> folder() { return disk_.tree(kFolder); }
 
-  ManualClock clock_;
-  ManualDispatch dispatch_{clock_};
-  RecordingScriptEngine engine_;
-  NoInstalledScripts installed_;
-  FakeResourceBundle resources_;
-  FakeWorkspace workspace_;
-  FakeLocalizer localizer_;
-  RecordingLog log_;
-  ScriptStatus status_;
-  AppleScriptHelper helper_{
-      {engine_, installed_, resources_, workspace_, dispatch_, localizer_, log_, status_}};
   MemoryFileSystem disk_;
   FaultyFileSystem files_{disk_};
   FixedRandomSource random_;

@@ -8,9 +8,7 @@
 
 #include <gtest/gtest.h>
 
-#include "support/fakes.h"
-#include "support/manual_dispatch.h"
-#include "support/recording_script_engine.h"
+#include "support/script_surroundings.h"
 
 namespace quillbox {
 namespace {
@@ -19,14 +17,7 @@ using script_texts::Activation;
 using script_texts::Reactivate;
 using script_texts::Viewer;
 
-class NoInstalledScripts final : public InstalledScriptRunner {
- public:
-  Path directory() const override { return "/scripts"; }
-  bool isInstalled(const std::string&) const override { return false; }
-  void execute(const std::string&, AppleEvent, Completion) override { ADD_FAILURE() << "nothing is run"; }
-};
-
-class MailActionsTest : public testing::Test {
+class MailActionsTest : public testing::Test, protected ScriptSurroundings {
  protected:
   // Runs an action to its end and gives "ok" or its error.
   template <class T>
@@ -60,19 +51,6 @@ class MailActionsTest : public testing::Test {
     return outcome<void>([&](auto done) { actions_.testAutomation(std::move(done)); });
   }
 
-  ManualClock clock_;
-  ManualDispatch dispatch_{clock_};
-  RecordingScriptEngine engine_;
-  NoInstalledScripts installed_;
-  FakeResourceBundle resources_;
-  FakeWorkspace workspace_;
-  FakeLocalizer localizer_;
-  RecordingLog log_;
-  ScriptStatus status_;
-  MemoryUserDefaults defaults_;
-  UserSettings settings_{defaults_, log_};
-  AppleScriptHelper helper_{
-      {engine_, installed_, resources_, workspace_, dispatch_, localizer_, log_, status_}};
   MailActions actions_{{helper_, settings_, localizer_, dispatch_, log_}};
   const Mailbox box_ = Mailbox::make("2024", "Projects/2024", "Work");
 };

@@ -10,9 +10,7 @@
 #include "automation/mailbox_payload.h"
 #include "automation/mailbox_retrieval.h"
 #include "base/text.h"
-#include "support/fakes.h"
-#include "support/manual_dispatch.h"
-#include "support/recording_script_engine.h"
+#include "support/script_surroundings.h"
 
 namespace quillbox {
 namespace {
@@ -98,14 +96,7 @@ TEST(MailboxPayload, IsAllOrNothing) {
   }
 }
 
-class NoInstalledScripts final : public InstalledScriptRunner {
- public:
-  Path directory() const override { return "/scripts"; }
-  bool isInstalled(const std::string&) const override { return false; }
-  void execute(const std::string&, AppleEvent, Completion) override {}
-};
-
-class Retrieval : public testing::Test {
+class Retrieval : public testing::Test, protected ScriptSurroundings {
  protected:
   Retrieval() {
     resources_.add("Scripts/getMailboxesAsListV2.scpt", "/r/V2");
@@ -114,18 +105,6 @@ class Retrieval : public testing::Test {
         notification::didReceiveError, [this](const AppleScriptError& error) { errors_.push_back(error); });
   }
 
-  ManualClock clock_;
-  ManualDispatch dispatch_{clock_};
-  RecordingScriptEngine engine_;
-  NoInstalledScripts installed_;
-  FakeResourceBundle resources_;
-  FakeWorkspace workspace_;
-  FakeLocalizer localizer_;
-  RecordingLog log_;
-  ScriptStatus status_;
-  NotificationCenter notifications_;
-  AppleScriptHelper helper_{
-      {engine_, installed_, resources_, workspace_, dispatch_, localizer_, log_, status_}};
   MailboxRetrieval retrieval_{{helper_, resources_, workspace_, notifications_, status_, log_}};
   std::vector<AppleScriptError> errors_;
   Subscription subscription_;

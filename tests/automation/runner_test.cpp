@@ -13,30 +13,15 @@
 #include "automation/failure_text.h"
 #include "automation/script_texts.h"
 #include "automation/selected_messages.h"
-#include "support/fakes.h"
-#include "support/manual_dispatch.h"
-#include "support/recording_script_engine.h"
+#include "support/script_surroundings.h"
 
 namespace quillbox {
 namespace {
 
-class FakeInstalledScripts final : public InstalledScriptRunner {
- public:
-  Path directory() const override { return "/scripts"; }
-  bool isInstalled(const std::string&) const override { return true; }
-  void execute(const std::string& fileName, AppleEvent event, Completion completion) override {
-    file = fileName;
-    sent = std::move(event);
-    pending = std::move(completion);
-  }
-
-  std::string file;
-  AppleEvent sent;
-  Completion pending;
-};
-
-class Runner : public testing::Test {
+class Runner : public testing::Test, protected ScriptSurroundings {
  protected:
+  Runner() { installed_.installed = true; }
+
   // Runs everything and gives the one answer; counts how often and where the completion came.
   AppleScriptResult finish() {
     EXPECT_EQ(answers_, 0) << "a completion inside the call";
@@ -53,17 +38,6 @@ class Runner : public testing::Test {
     };
   }
 
-  ManualClock clock_;
-  ManualDispatch dispatch_{clock_};
-  RecordingScriptEngine engine_;
-  FakeInstalledScripts installed_;
-  FakeResourceBundle resources_;
-  FakeWorkspace workspace_;
-  FakeLocalizer localizer_;
-  RecordingLog log_;
-  ScriptStatus status_;
-  AppleScriptHelper helper_{
-      {engine_, installed_, resources_, workspace_, dispatch_, localizer_, log_, status_}};
   int answers_ = 0;
   std::optional<AppleScriptResult> last_;
 };
@@ -142,10 +116,12 @@ TEST_F(Runner, ResourceHandlersGetTheirTextsAsOneList) {
 
 TEST_F(Runner, InstalledScriptAnswersOnTheMainQueue) {
   helper_.runFilingScriptHandler("processMessages", {Descriptor::list({Descriptor::text("A")})}, record());
-  EXPECT_EQ(installed_.file, "Quillbox Filing.scpt");
-  EXPECT_EQ(installed_.sent, subroutineEvent("processMessages", {Descriptor::list({Descriptor::text("A")})}));
+  EXPECT_EQ(installed_.files.back(), "Quillbox Filing.scpt");
+  EXPECT_EQ(installed_.events.back(),
+            subroutineEvent("processMessages", {Descriptor::list({Descriptor::text("A")})}));
   dispatch_.background(QualityOfService::utility, [this] {
-    installed_.pending(std::unexpected(InstalledScriptFailure{"It failed: Script: no such box (-2404)"}));
+    installed_.completions.back()(
+        std::unexpected(InstalledScriptFailure{"It failed: Script: no such box (-2404)"}));
   });
   EXPECT_EQ(finish().error(), AppleScriptError::executionError("no such box ", -2404));
 }
@@ -162,7 +138,7 @@ TEST_F(Runner, VersionIsWhatTheScriptAnswersLast) {
   for (const auto& row : rows) {
     int done = 0;
     helper_.readFilingScriptVersion([&] { ++done; });
-    installed_.pending(row.answer);
+    installed_.completions.back()(row.answer);
     dispatch_.runUntilIdle();
     EXPECT_EQ(done, 1);
     EXPECT_EQ(helper_.filingScriptVersion().get(), row.version);

@@ -8,26 +8,10 @@
 
 #include "filing/filing_pipeline.h"
 #include "filing/gmail_filing_mode_manager.h"
-#include "support/fakes.h"
-#include "support/manual_dispatch.h"
-#include "support/recording_script_engine.h"
+#include "support/script_surroundings.h"
 
 namespace quillbox {
 namespace {
-
-class FakeInstalledScripts final : public InstalledScriptRunner {
- public:
-  Path directory() const override { return "/scripts"; }
-  bool isInstalled(const std::string&) const override { return installed; }
-  void execute(const std::string&, AppleEvent event, Completion completion) override {
-    events.push_back(std::move(event));
-    completions.push_back(std::move(completion));
-  }
-
-  bool installed = true;
-  std::vector<AppleEvent> events;
-  std::vector<Completion> completions;
-};
 
 // Writes down everything in the order in which it happens.
 class Surroundings final : public FilingSurroundings {
@@ -45,9 +29,10 @@ class Surroundings final : public FilingSurroundings {
   bool recentsChange = true;
 };
 
-class Filing : public testing::Test {
+class Filing : public testing::Test, protected ScriptSurroundings {
  protected:
   Filing() {
+    installed_.installed = true;
     engine_.setRule([this](const auto&) -> std::optional<ScriptResult> {
       surroundings_.events.push_back("script");
       return std::nullopt;
@@ -69,21 +54,7 @@ class Filing : public testing::Test {
   }
 
   const Mailbox target_ = Mailbox::make("2024", "Projects/2024", "Work");
-  ManualClock clock_;
-  ManualDispatch dispatch_{clock_};
-  RecordingScriptEngine engine_;
-  FakeInstalledScripts installed_;
-  FakeResourceBundle resources_;
-  FakeWorkspace workspace_;
-  FakeLocalizer localizer_;
-  RecordingLog log_;
-  ScriptStatus status_;
-  NotificationCenter notifications_;
-  MemoryUserDefaults defaults_;
-  UserSettings settings_{defaults_, log_};
   Surroundings surroundings_;
-  AppleScriptHelper helper_{
-      {engine_, installed_, resources_, workspace_, dispatch_, localizer_, log_, status_}};
   FilingPipeline pipeline_{{settings_, helper_, dispatch_, notifications_, localizer_, log_, surroundings_}};
   std::vector<AppleScriptError> errors_;
   std::vector<std::string> reloads_;

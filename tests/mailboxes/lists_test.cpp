@@ -180,13 +180,13 @@ TEST_F(MailboxLists, DamagedAndRepeatedEntriesOfAStoredList) {
   for (const auto& c : cases) {
     MemoryUserDefaults stored;
     (void)stored.set("favoriteMailboxes", Data{c.stored});
-    UserSettings read(stored, log);
-    EXPECT_EQ(idsOf(FavoriteMailboxManager(read, notifications).mailboxes.get()), c.ids) << c.stored;
+    UserSettings read(stored, log_);
+    EXPECT_EQ(idsOf(FavoriteMailboxManager(read, notifications_).mailboxes.get()), c.ids) << c.stored;
   }
 }
 
 TEST_F(MailboxLists, PrepareGivesTheFullListsEntries) {
-  (void)settings.recentMailboxes.set(
+  (void)settings_.recentMailboxes.set(
       {Mailbox::make("old name", "a", "W"), box("W/gone"), box("W/b"), box("W/c")});
   const auto index =
       *SearchIndex::build(MailboxList(boxes({"W/c", "W/b", "W/a"})), {}, CaseMode::insensitive);
@@ -195,51 +195,51 @@ TEST_F(MailboxLists, PrepareGivesTheFullListsEntries) {
     for (const auto position : list.prepare(*index)) names.push_back(index->mailbox(position).name);
     return names;
   };
-  EXPECT_EQ(namesOf(recents), (Ids{"c", "b", "a"}));
-  (void)settings.favoriteMailboxes.set(settings.recentMailboxes.get());
-  EXPECT_EQ(namesOf(favorites), (Ids{"a", "b", "c"}));
+  EXPECT_EQ(namesOf(recents_), (Ids{"c", "b", "a"}));
+  (void)settings_.favoriteMailboxes.set(settings_.recentMailboxes.get());
+  EXPECT_EQ(namesOf(favorites_), (Ids{"a", "b", "c"}));
 }
 
 TEST_F(MailboxLists, WithoutAKnownListEveryRecentIsKept) {
-  EXPECT_EQ(recents.add(box("W/a")), true);  // the manager's list is empty
-  recents.setDirectory(nullptr);
-  EXPECT_EQ(recents.add(box("W/b")), true);
-  EXPECT_EQ(idsOf(recents.mailboxes.get()), (Ids{"W/a", "W/b"}));
+  EXPECT_EQ(recents_.add(box("W/a")), true);  // the manager's list is empty
+  recents_.setDirectory(nullptr);
+  EXPECT_EQ(recents_.add(box("W/b")), true);
+  EXPECT_EQ(idsOf(recents_.mailboxes.get()), (Ids{"W/a", "W/b"}));
 }
 
 TEST_F(MailboxLists, TheExcludedListAsText) {
   const Directory known(boxes({"W/a", "W/b", "W/ c ", "W/x\ny", "W/x\\ny"}));
-  (void)excluded.add(box("Old/gone"));
-  excluded.beginEdit();
-  EXPECT_TRUE(excluded.showingEdit.get());
-  EXPECT_EQ(excluded.excludedString.get(), "Old/gone\n");
+  (void)excluded_.add(box("Old/gone"));
+  excluded_.beginEdit();
+  EXPECT_TRUE(excluded_.showingEdit.get());
+  EXPECT_EQ(excluded_.excludedString.get(), "Old/gone\n");
 
-  excluded.excludedString.set("W/b\r\n\n  W/a\nW/nope\nOld/gone\nW/b\nW/ c \nw/a\nW/x\\ny");
-  const auto unknown = excluded.confirmEdit(known);
+  excluded_.excludedString.set("W/b\r\n\n  W/a\nW/nope\nOld/gone\nW/b\nW/ c \nw/a\nW/x\\ny");
+  const auto unknown = excluded_.confirmEdit(known);
   ASSERT_TRUE(unknown);
   EXPECT_EQ(*unknown, (std::vector<ExcludedMailboxManager::UnknownLine>{{4, "W/nope"}, {8, "w/a"}}));
-  EXPECT_EQ(idsOf(excluded.mailboxes.get()), (Ids{"W/b", "W/a", "Old/gone", "W/ c ", "W/x\\ny"}));
-  EXPECT_EQ(excluded.excludedString.get(), "W/nope\nw/a\n");
-  EXPECT_TRUE(excluded.showingAlert.get() && excluded.showingEdit.get());
+  EXPECT_EQ(idsOf(excluded_.mailboxes.get()), (Ids{"W/b", "W/a", "Old/gone", "W/ c ", "W/x\\ny"}));
+  EXPECT_EQ(excluded_.excludedString.get(), "W/nope\nw/a\n");
+  EXPECT_TRUE(excluded_.showingAlert.get() && excluded_.showingEdit.get());
 
   // What is written can be read back, line breaks in a name too.
-  (void)excluded.save(boxes({"W/x\ny", "W/a"}), Overwrite::always);
-  excluded.beginEdit();
-  ASSERT_EQ(excluded.confirmEdit(Directory(boxes({"W/x\ny", "W/a"}))),
+  (void)excluded_.save(boxes({"W/x\ny", "W/a"}), Overwrite::always);
+  excluded_.beginEdit();
+  ASSERT_EQ(excluded_.confirmEdit(Directory(boxes({"W/x\ny", "W/a"}))),
             std::vector<ExcludedMailboxManager::UnknownLine>{});
-  EXPECT_EQ(idsOf(excluded.mailboxes.get()), (Ids{"W/x\ny", "W/a"}));
-  EXPECT_FALSE(excluded.showingAlert.get() || excluded.showingEdit.get());
+  EXPECT_EQ(idsOf(excluded_.mailboxes.get()), (Ids{"W/x\ny", "W/a"}));
+  EXPECT_FALSE(excluded_.showingAlert.get() || excluded_.showingEdit.get());
 
-  excluded.selection.set({"W/a", "W/other"});
-  EXPECT_TRUE(excluded.removeSelection());
-  EXPECT_EQ(idsOf(excluded.mailboxes.get()), Ids{"W/x\ny"});
+  excluded_.selection.set({"W/a", "W/other"});
+  EXPECT_TRUE(excluded_.removeSelection());
+  EXPECT_EQ(idsOf(excluded_.mailboxes.get()), Ids{"W/x\ny"});
 
-  defaults.failWrites(28);
-  excluded.excludedString.set("W/a");
-  const auto failed = excluded.confirmEdit(known);
+  defaults_.failWrites(28);
+  excluded_.excludedString.set("W/a");
+  const auto failed = excluded_.confirmEdit(known);
   ASSERT_FALSE(failed);
-  EXPECT_EQ(idsOf(excluded.mailboxes.get()), Ids{"W/x\ny"});
-  EXPECT_EQ(excluded.excludedString.get(), "W/a");
+  EXPECT_EQ(idsOf(excluded_.mailboxes.get()), Ids{"W/x\ny"});
+  EXPECT_EQ(excluded_.excludedString.get(), "W/a");
 }
 
 // --- favourites that are replicated

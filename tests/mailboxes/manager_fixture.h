@@ -7,9 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "mailboxes/mailbox_manager.h"
-#include "support/fakes.h"
-#include "support/manual_dispatch.h"
-#include "support/recording_script_engine.h"
+#include "support/script_surroundings.h"
 
 namespace quillbox {
 
@@ -35,16 +33,7 @@ class FakeSuggestions final : public SuggestionSource {
   const Dispatch& dispatch_;
 };
 
-class NoInstalledScripts final : public InstalledScriptRunner {
- public:
-  Path directory() const override { return "/scripts"; }
-  bool isInstalled(const std::string&) const override { return false; }
-  void execute(const std::string&, AppleEvent, Completion) override {
-    FAIL() << "no filing script is installed";
-  }
-};
-
-class ManagerFixture : public testing::Test {
+class ManagerFixture : public testing::Test, protected ScriptSurroundings {
  protected:
   static Mailbox box(const std::string& id) {
     const auto slash = id.find('/');
@@ -64,42 +53,31 @@ class ManagerFixture : public testing::Test {
 
   // Delivers a list and lets it be taken.
   void deliver(const std::vector<std::string>& ids) {
-    notifications.post(notification::shouldReloadWithList, {boxes(ids), true, "test"});
-    dispatch.advance(std::chrono::seconds(1));
+    notifications_.post(notification::shouldReloadWithList, {boxes(ids), true, "test"});
+    dispatch_.advance(std::chrono::seconds(1));
   }
   std::vector<std::string> rowsFor(const std::string& query) {
     bool done = false;
-    manager->search(query, [&] { done = true; });
-    dispatch.runUntilIdle();
+    manager_->search(query, [&] { done = true; });
+    dispatch_.runUntilIdle();
     EXPECT_TRUE(done) << "the search for " << query << " never settled";
-    return idsOf(manager->filteredMailboxes.get());
+    return idsOf(manager_->filteredMailboxes.get());
   }
   void makeManager() {
-    manager.reset();
-    manager = std::make_unique<MailboxManager>(MailboxManager::Services{
-        settings, dispatch, notifications, log, helper, status, retrieval, favorites, recents, excluded});
+    manager_.reset();
+    manager_ = std::make_unique<MailboxManager>(MailboxManager::Services{settings_, dispatch_, notifications_,
+                                                                         log_, helper_, status_, retrieval_,
+                                                                         favorites_, recents_, excluded_});
   }
 
-  ManualClock clock;
-  ManualDispatch dispatch{clock};
-  NotificationCenter notifications;
-  RecordingLog log;
-  MemoryUserDefaults defaults;
-  UserSettings settings{defaults, log};
-  FakeLocalizer localizer;
-  FakeWorkspace workspace;
-  FakeResourceBundle resources;
-  RecordingScriptEngine engine;
-  NoInstalledScripts installed;
-  ScriptStatus status;
-  AppleScriptHelper helper{{engine, installed, resources, workspace, dispatch, localizer, log, status}};
-  MailboxRetrieval retrieval{{helper, resources, workspace, notifications, status, log}};
-  FavoriteMailboxManager favorites{settings, notifications};
-  RecentMailboxManager recents{settings};
-  ExcludedMailboxManager excluded{settings};
-  FakeSuggestions suggestions{dispatch};
-  std::unique_ptr<MailboxManager> manager = std::make_unique<MailboxManager>(MailboxManager::Services{
-      settings, dispatch, notifications, log, helper, status, retrieval, favorites, recents, excluded});
+  MailboxRetrieval retrieval_{{helper_, resources_, workspace_, notifications_, status_, log_}};
+  FavoriteMailboxManager favorites_{settings_, notifications_};
+  RecentMailboxManager recents_{settings_};
+  ExcludedMailboxManager excluded_{settings_};
+  FakeSuggestions suggestions_{dispatch_};
+  std::unique_ptr<MailboxManager> manager_ = std::make_unique<MailboxManager>(
+      MailboxManager::Services{settings_, dispatch_, notifications_, log_, helper_, status_, retrieval_,
+                               favorites_, recents_, excluded_});
 };
 
 }  // namespace quillbox

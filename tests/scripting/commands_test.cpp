@@ -11,26 +11,10 @@
 #include "filing/gmail_filing_mode_manager.h"
 #include "scripting/application_properties.h"
 #include "scripting/script_command.h"
-#include "support/fakes.h"
-#include "support/manual_dispatch.h"
-#include "support/recording_script_engine.h"
+#include "support/script_surroundings.h"
 
 namespace quillbox {
 namespace {
-
-class FakeInstalledScripts final : public InstalledScriptRunner {
- public:
-  Path directory() const override { return "/scripts"; }
-  bool isInstalled(const std::string&) const override { return installed; }
-  void execute(const std::string&, AppleEvent event, Completion completion) override {
-    events.push_back(std::move(event));
-    completion(answer);
-  }
-
-  bool installed = true;
-  InstalledScriptResult answer = Descriptor();
-  std::vector<AppleEvent> events;
-};
 
 class Sounds final : public SoundPlayer {
  public:
@@ -48,9 +32,10 @@ class NoSurroundings final : public FilingSurroundings {
   void clearQuery() override {}
 };
 
-class Scripting : public testing::Test {
+class Scripting : public testing::Test, protected ScriptSurroundings {
  protected:
   Scripting() {
+    installed_.installed = true;
     lists_ = notifications_.observe<MailboxReloadPayload>(
         notification::shouldReloadWithList,
         [this](const MailboxReloadPayload& payload) { payloads_.push_back(payload); });
@@ -72,23 +57,9 @@ class Scripting : public testing::Test {
     return reply.value_or(Descriptor());
   }
 
-  ManualClock clock_;
-  ManualDispatch dispatch_{clock_};
-  RecordingScriptEngine engine_;
-  FakeInstalledScripts installed_;
-  FakeResourceBundle resources_;
-  FakeWorkspace workspace_;
-  FakeLocalizer localizer_;
-  RecordingLog log_;
-  ScriptStatus status_;
-  NotificationCenter notifications_;
-  MemoryUserDefaults defaults_;
-  UserSettings settings_{defaults_, log_};
   NoSurroundings surroundings_;
   Sounds sounds_;
   FixedRandomSource random_;
-  AppleScriptHelper helper_{
-      {engine_, installed_, resources_, workspace_, dispatch_, localizer_, log_, status_}};
   AccountManager accounts_{helper_, dispatch_, log_};
   MailboxRetrieval retrieval_{{helper_, resources_, workspace_, notifications_, status_, log_}};
   FilingPipeline filing_{{settings_, helper_, dispatch_, notifications_, localizer_, log_, surroundings_}};

@@ -10,11 +10,9 @@
 #include "suggestions/memory_secret_store.h"
 #include "suggestions/notifications.h"
 #include "suggestions/smart_suggestions_manager.h"
-#include "support/fakes.h"
 #include "support/faulty_file_system.h"
-#include "support/manual_dispatch.h"
 #include "support/memory_file_system.h"
-#include "support/recording_script_engine.h"
+#include "support/script_surroundings.h"
 
 namespace quillbox {
 namespace {
@@ -22,15 +20,6 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
-
-class NoInstalledScripts final : public InstalledScriptRunner {
- public:
-  Path directory() const override { return "/scripts"; }
-  bool isInstalled(const std::string&) const override { return false; }
-  void execute(const std::string&, AppleEvent, Completion) override {
-    FAIL() << "the suggestions do not run installed scripts";
-  }
-};
 
 ScriptError failure(std::string message, std::int64_t number) {
   ScriptError error;
@@ -57,7 +46,7 @@ Descriptor records(const std::vector<TrainingExample>& examples) {
   return Descriptor::list(std::move(items));
 }
 
-class Manager : public testing::Test {
+class Manager : public testing::Test, protected ScriptSurroundings {
  protected:
   Manager() {
     resources_.add("Scripts/generateTrainingData.scpt", "/app/generateTrainingData.applescript");
@@ -98,24 +87,10 @@ class Manager : public testing::Test {
     ASSERT_TRUE(manager_->log().append(examples));
   }
 
-  ManualClock clock_;
-  ManualDispatch dispatch_{clock_};
   MemoryFileSystem disk_;
   FaultyFileSystem files_{disk_};
   FixedRandomSource random_;
   MemorySecretStore secrets_;
-  RecordingLog log_;
-  MemoryUserDefaults defaults_;
-  UserSettings settings_{defaults_, log_};
-  FakeLocalizer localizer_;
-  FakeWorkspace workspace_;
-  FakeResourceBundle resources_;
-  RecordingScriptEngine engine_;
-  NoInstalledScripts installed_;
-  ScriptStatus status_;
-  AppleScriptHelper helper_{
-      {engine_, installed_, resources_, workspace_, dispatch_, localizer_, log_, status_}};
-  NotificationCenter notifications_;
   std::vector<Subscription> watches_;
   std::vector<std::string> posted_;
   std::unique_ptr<SmartSuggestionsManager> manager_;
