@@ -55,7 +55,13 @@ Result<FolderIndex> FolderIndex::list(FileSystem& files, const Clock& clock, con
     }
     modified = info->modified;
     return files.list(directory, [&](std::string_view name, FileKind kind) {
-      if (isMessageFileName(name) && (kind == FileKind::regular || kind == FileKind::symbolicLink)) {
+      if (!isMessageFileName(name)) return true;
+      if (kind == FileKind::symbolicLink) {
+        // One that leads nowhere, in circles or to a folder is no message.
+        const auto target = files.info(directory / name);
+        kind = target ? target->kind : FileKind::other;
+      }
+      if (kind == FileKind::regular) {
         index.files_.push_back({std::string(name), subfolder});
         index.fingerprint_ += std::hash<std::string_view>()(name);
       }
@@ -98,17 +104,18 @@ void FolderIndex::removeFormerNames(FileSystem& files, const Path& folder) {
   const auto isThere = [&](const MessageFile& file) {
     return files.info(file.path(folder), FollowLinks::no).has_value();
   };
-  auto first = files_.begin();
-  while ((first = std::adjacent_find(first, files_.end(), isSame)) != files_.end()) {
-    // When both are gone the message was renamed again, or removed: who uses the second will see.
-    if (const auto second = std::next(first); !isThere(*first)) {
-      first = files_.erase(first);
-    } else if (!isThere(*second)) {
-      files_.erase(second);
-    } else {
-      ++first;
+  const auto first = std::adjacent_find(files_.begin(), files_.end(), isSame);
+  if (first == files_.end()) return;
+  auto kept = first;  // always before `next`, as the two at `first` are the same
+  for (auto next = std::next(first); next != files_.end(); ++next) {
+    if (!isSame(*kept, *next)) {
+      *++kept = std::move(*next);
+    } else if (!isThere(*kept)) {
+      // When both are gone the message was renamed again, or removed: who uses this one will see.
+      *kept = std::move(*next);
     }
   }
+  files_.erase(std::next(kept), files_.end());
 }
 
 bool FolderIndex::isMissingAnyOf(const FolderIndex& before, FileSystem& files, const Path& folder) {

@@ -33,8 +33,9 @@ struct MessageFile {
 // A snapshot, kept right for our own changes. About 120 bytes a message.
 class FolderIndex {
  public:
-  // Lists cur/ and new/, each message once. Hidden names, folders and special files are no messages. Fails
-  // with ENOENT when the folder is gone.
+  // Lists cur/ and new/, each message once. Hidden names, folders and special files are no messages, nor are
+  // links to anything but a file. Of several files of one id the first is the message; the next is, once that
+  // one is gone. Fails with ENOENT when the folder is gone.
   //
   // A directory that others change while it is listed may show a renamed file under both of its names or
   // under none. Then it is listed again, until two listings in a row are alike.
@@ -62,7 +63,7 @@ class FolderIndex {
   void arrange(FileSystem& files, const Path& folder);
   bool areTimes(FileSystem& files, const Path& folder) const;
   void sort();
-  // Of several names of a message those count that are there.
+  // Leaves one name of each message, the first of those that are there.
   void removeFormerNames(FileSystem& files, const Path& folder);
   // Takes over what `before` saw and is still there under the same name. Gives whether more than that is
   // missing.

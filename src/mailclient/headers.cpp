@@ -53,10 +53,11 @@ void forEachField(std::string_view block,
 
 std::string unfold(std::string_view raw) {
   std::string out;
-  for (const char c : raw) {
-    if (c == '\r' || c == '\n') continue;
+  for (std::size_t i = 0; i < raw.size(); ++i) {
+    const char c = raw[i];
+    if (c == '\n' || (c == '\r' && (i + 1 == raw.size() || raw[i + 1] == '\n'))) continue;
     // A line is often folded before a tab, which readers show as a space.
-    out += c == '\0' || c == '\t' ? ' ' : c;
+    out += c == '\0' || c == '\t' || c == '\r' ? ' ' : c;
   }
   return std::string(text::trim(out));
 }

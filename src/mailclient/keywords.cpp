@@ -55,6 +55,21 @@ Path lockedFile(FileSystem& files, const Path& folder) {
   return files.info(uidList) ? uidList : folder / kFile;
 }
 
+// The keyword letters that messages of the folder carry, each once.
+std::string lettersInUse(FileSystem& files, const Path& folder) {
+  std::string letters;
+  for (const auto* part : {"cur", "new"}) {
+    // A folder that cannot be listed shows nobody its messages.
+    (void)files.list(folder / part, [&](std::string_view name, FileKind) {
+      for (const char letter : MessageName::parse(name).flags) {
+        if (isKeywordLetter(letter) && letters.find(letter) == std::string::npos) letters += letter;
+      }
+      return true;
+    });
+  }
+  return letters;
+}
+
 }  // namespace
 
 KeywordTable KeywordTable::parse(std::string_view text) {
@@ -85,13 +100,14 @@ std::optional<char> KeywordTable::letterOf(std::string_view name) const {
   return std::nullopt;
 }
 
-std::optional<char> KeywordTable::add(std::string_view name) {
+std::optional<char> KeywordTable::add(std::string_view name, std::string_view inUse) {
   for (std::size_t i = 0; i < names_.size(); ++i) {
-    if (!names_[i].empty()) continue;
+    const auto letter = static_cast<char>('a' + i);
+    if (!names_[i].empty() || inUse.find(letter) != std::string_view::npos) continue;
     names_[i] = std::string(name);
     if (!text_.empty() && text_.back() != '\n') text_ += '\n';
     text_ += fmt::format("{} {}\n", i, name);
-    return static_cast<char>('a' + i);
+    return letter;
   }
   return std::nullopt;
 }
@@ -115,8 +131,9 @@ Result<KeywordTable> requireKeywords(const Environment& environment, const Path&
   if (!lock) return forward(lock);
   table = readKeywords(environment.files, folder);
   if (!table) return table;
+  const auto inUse = lettersInUse(environment.files, folder);
   for (const auto& name : names) {
-    if (table->letterOf(name) || table->add(name)) continue;
+    if (table->letterOf(name) || table->add(name, inUse)) continue;
     return fail(ENOSPC, fmt::format("The folder {} has no room for the keyword {}: all 26 are in use",
                                     readableBytes(folder.string()), name));
   }

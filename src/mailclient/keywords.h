@@ -24,8 +24,8 @@ class KeywordTable {
   std::string_view nameOf(char letter) const;
   // Keywords compare without regard to ASCII case, as in IMAP.
   std::optional<char> letterOf(std::string_view name) const;
-  // Gives `name` the first free letter, or nothing when all 26 are taken.
-  std::optional<char> add(std::string_view name);
+  // Gives `name` the first free letter that is not among `inUse`, or nothing when all 26 are taken.
+  std::optional<char> add(std::string_view name, std::string_view inUse);
   // The text as it was read, with a line for every name added since; lines that do not parse are kept.
   const std::string& text() const { return text_; }
 
@@ -38,8 +38,9 @@ class KeywordTable {
 Result<KeywordTable> readKeywords(FileSystem& files, const Path& folder);
 
 // The folder's table with a letter for each of `names`; those without one are added to the file, under the
-// lock by which Dovecot keeps it (dovecot-uidlist.lock) where Dovecot serves the folder. Fails with ENOSPC
-// when there are more than 26.
+// lock by which Dovecot keeps it (dovecot-uidlist.lock) where Dovecot serves the folder. A letter that
+// messages of the folder carry without a name for it is given to nothing: it would mark them all. Fails with
+// ENOSPC when there are more than 26.
 Result<KeywordTable> requireKeywords(const Environment& environment, const Path& folder,
                                      const std::vector<std::string>& names, std::string_view token);
 // Removes what a run that died while it did this under `token` has left.

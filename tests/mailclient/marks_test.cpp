@@ -71,16 +71,18 @@ TEST(KeywordTable, KeepsLinesOfOthers) {
   EXPECT_EQ(table.letterOf("ONE"), 'a');
   EXPECT_EQ(table.nameOf('c'), "three");
   EXPECT_EQ(table.nameOf('b'), "");
-  EXPECT_EQ(table.add("two"), 'b');
+  EXPECT_EQ(table.add("two", "xy"), 'b');
   EXPECT_EQ(table.text(), "0 one\nnonsense\n2 three\n26 toofar\n2x y\n1 two\n");
-  for (int i = 3; i < 26; ++i) EXPECT_TRUE(table.add("k" + std::to_string(i)));
-  EXPECT_EQ(table.add("one too many"), std::nullopt);
+  EXPECT_EQ(table.add("five", "ed"), 'f') << "d and e mean something to somebody";
+  for (int i = 3; i < 25; ++i) EXPECT_TRUE(table.add("k" + std::to_string(i), ""));
+  EXPECT_EQ(table.add("one too many", ""), std::nullopt);
 }
 
 TEST(KeywordFile, IsChangedUnderTheServersLock) {
   TestMail mail;
   mail.disk.put("/m/dovecot-uidlist", "3 V1 N2\n");
   mail.disk.put("/m/dovecot-keywords", "0 old\n");
+  mail.disk.put("/m/cur/1.x:2,FSab", "b has a meaning that is not in the file");
   std::vector<std::string> locks;
   mail.files.beforeStep([&](const FaultyFileSystem::Step& step) {
     if (step.to == "/m/dovecot-keywords") locks = mail.disk.tree("/m");
@@ -88,11 +90,12 @@ TEST(KeywordFile, IsChangedUnderTheServersLock) {
   const auto before = mail.disk.info("/m/dovecot-keywords", FollowLinks::yes)->modified;
   const auto table = requireKeywords(mail.environment(), "/m", {"old", "fresh"}, "token");
   ASSERT_TRUE(table);
-  EXPECT_EQ(mail.disk.bytes("/m/dovecot-keywords"), "0 old\n1 fresh\n");
+  EXPECT_EQ(mail.disk.bytes("/m/dovecot-keywords"), "0 old\n2 fresh\n");
   EXPECT_GE(mail.disk.info("/m/dovecot-keywords", FollowLinks::yes)->modified,
             before + std::chrono::seconds(1));
   EXPECT_EQ(std::ranges::count(locks, "/m/dovecot-uidlist.lock"), 1);
-  EXPECT_EQ(mail.disk.tree("/m"), (std::vector<std::string>{"/m/dovecot-keywords", "/m/dovecot-uidlist"}));
+  EXPECT_EQ(mail.disk.tree("/m"),
+            (std::vector<std::string>{"/m/cur/1.x:2,FSab", "/m/dovecot-keywords", "/m/dovecot-uidlist"}));
 
   // Somebody else's lock is waited for, then reported; one that is old is taken away.
   mail.disk.put("/m/dovecot-uidlist.lock", "123:host");
@@ -102,7 +105,7 @@ TEST(KeywordFile, IsChangedUnderTheServersLock) {
   EXPECT_EQ(mail.disk.bytes("/m/dovecot-uidlist.lock"), "123:host");
   mail.clock.advance(std::chrono::hours(1));
   EXPECT_TRUE(requireKeywords(mail.environment(), "/m", {"more"}, "token"));
-  EXPECT_EQ(mail.disk.tree("/m").size(), 2U);
+  EXPECT_EQ(mail.disk.tree("/m").size(), 3U);
 }
 
 }  // namespace

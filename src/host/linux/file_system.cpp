@@ -28,12 +28,21 @@ FileKind kindOf(mode_t mode) {
   return FileKind::other;
 }
 
+// Nanoseconds in 64 bits hold 292 years. Times more than half of that away from 1970 (before 1824, after
+// 2116) count as that half, so that the difference of any two of them fits too.
+std::chrono::nanoseconds timeOf(const timespec& time) {
+  constexpr auto furthest = std::chrono::nanoseconds::max() / 2;
+  constexpr auto seconds = std::chrono::floor<std::chrono::seconds>(furthest).count() - 1;
+  if (time.tv_sec > seconds) return furthest;
+  if (time.tv_sec < -seconds) return -furthest;
+  return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
+}
+
 FileInfo infoOf(const struct stat& status) {
   FileInfo info;
   info.kind = kindOf(status.st_mode);
   info.size = static_cast<std::uint64_t>(status.st_size);
-  info.modified =
-      std::chrono::seconds(status.st_mtim.tv_sec) + std::chrono::nanoseconds(status.st_mtim.tv_nsec);
+  info.modified = timeOf(status.st_mtim);
   info.device = status.st_dev;
   info.inode = status.st_ino;
   info.permissions = status.st_mode & 07777U;
