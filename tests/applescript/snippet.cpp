@@ -1,5 +1,6 @@
 #include "snippet.h"
 
+#include <algorithm>
 #include <fstream>
 #include <sstream>
 
@@ -112,12 +113,13 @@ std::vector<Snippet> snippetsOfCases(std::string_view text) {
   int number = 0;
   for (std::string line; std::getline(lines, line);) {
     ++number;
-    if (line == "----") {
-      add(snippets, snippet, number + 1);
-      continue;
-    }
+    const auto expectation = std::string_view(line).substr(std::min(line.find("-- expect"), line.size()));
+    const bool isWhole = !expectation.empty() && !trimmed(line).starts_with("--");
+    if (line == "----" || isWhole) add(snippets, snippet, isWhole ? number : number + 1);
+    if (line == "----") continue;
     snippet.source += line + "\n";
-    readExpectation(snippet, line);
+    readExpectation(snippet, isWhole ? expectation : line);
+    if (isWhole) add(snippets, snippet, number + 1);
   }
   add(snippets, snippet, number);
   return snippets;

@@ -36,7 +36,8 @@ struct Snippet {
   std::string fault;  // what is wrong with its expectations; empty when nothing is
 };
 
-// The snippets of a case file, which lines `----` separate. Snippets of comments alone are left out.
+// The snippets of a case file, which lines `----` separate; a line with code and its expectation behind it is
+// one of its own. Snippets of comments alone are left out.
 std::vector<Snippet> snippetsOfCases(std::string_view text);
 // The blocks ```applescript of a Markdown text that have an expectation or must have one: all of them.
 std::vector<Snippet> snippetsOfMarkdown(std::string_view text);

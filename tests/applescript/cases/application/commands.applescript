@@ -1,18 +1,9 @@
 -- Commands of an application's own, with and without parameters.
-tell application "Depot" to weigh crate 1 of shelf 1
--- expect: 10.0
-----
-tell application "Depot" to weigh crates of shelf 1
--- expect: 35.5
-----
-tell application "Depot" to weigh (picked crates) in unit "grams"
--- expect: 1.5E+4
-----
-tell application "Depot" to weigh picked crates with gross
--- expect: 16.0
-----
-tell application "Depot" to weigh picked crates in unit "grams" without gross
--- expect: 1.5E+4
+tell application "Depot" to weigh crate 1 of shelf 1  -- expect: 10.0
+tell application "Depot" to weigh crates of shelf 1  -- expect: 35.5
+tell application "Depot" to weigh (picked crates) in unit "grams"  -- expect: 1.5E+4
+tell application "Depot" to weigh picked crates with gross  -- expect: 16.0
+tell application "Depot" to weigh picked crates in unit "grams" without gross  -- expect: 1.5E+4
 ----
 tell application "Depot"
 	set theCrates to {}
@@ -23,8 +14,7 @@ tell application "Depot"
 end tell
 -- expect: 35.5
 ----
-tell application "Depot" to if true and not false then tell application "Depot" to ring the bell
--- expect:
+tell application "Depot" to if true and not false then tell application "Depot" to ring the bell  -- expect:
 ----
 tell application "Depot"
 	set x to 1 + (weigh crate 3 of shelf 1)
@@ -35,8 +25,7 @@ end tell
 tell application "Depot" to stock up with list {{crateName:"a", crateShelf:"North"}, {crateName:"b"}}
 -- expect: true
 ----
-tell application "Depot" to stock up with list {{crateName:""}}
--- expect: false
+tell application "Depot" to stock up with list {{crateName:""}}  -- expect: false
 ----
 tell application "Depot" to stock up with list {}
 -- expect error: -1700 Depot got an error: Nothing to stock up with.
@@ -45,11 +34,8 @@ tell application "Depot" to stock up with list {}
 tell application "Depot" to echo {1, 2.5, "ä", true, missing value, {a:1, b:{2}}, red, shelf, shelf 1, date "1/2/2020"}
 -- expect: {1, 2.5, "ä", true, missing value, {a:1, b:{2}}, red, shelf, shelf id "N" of application "Depot", date "Thursday, January 2, 2020 at 12:00:00 AM"}
 ----
-tell application "Depot" to tell shelf 2 to echo
--- expect: shelf id "S" of application "Depot"
-----
-echo 3
--- expect syntax error
+tell application "Depot" to tell shelf 2 to echo  -- expect: shelf id "S" of application "Depot"
+echo 3  -- expect syntax error
 ----
 tell application "Depot" to frobnicate()
 -- expect error: -1708 application "Depot" doesn’t understand the “frobnicate” message.
@@ -84,5 +70,4 @@ tell application "Depot" to set w to keeper's heavier()
 {w, weight of keeper}
 -- expect: {5, 5}
 ----
-activate application "Depot"
--- expect error: -1708
+activate application "Depot"  -- expect error: -1708

@@ -14,8 +14,7 @@ tell application "Depot" to get crate 0 of shelf 1
 tell application "Depot" to get tint of shelf 1
 -- expect error: -1728 Depot got an error: Can’t get tint of shelf 1.
 ----
-tell application "Depot" to get every crate
--- expect error: -1728 Depot got an error: Can’t get every crate.
+tell application "Depot" to get every crate  -- expect error: -1728 Depot got an error: Can’t get every crate.
 ----
 tell application "Depot" to set id of shelf 1 to "x"
 -- expect error: -10003 Depot got an error: Can’t set id of shelf 1 to "x". Access not allowed.
@@ -29,14 +28,12 @@ tell application "Depot" to set load limit of shelf "North" to "much"
 tell application "Depot" to set sealed of crate 1 of shelf 1 to 3
 -- expect error: -1703 Depot got an error: 3 is the wrong type.
 ----
-tell application "Depot" to set shelf 1 to 3
--- expect error: -10006 Depot got an error: Can’t set shelf 1 to 3.
+tell application "Depot" to set shelf 1 to 3  -- expect error: -10006 Depot got an error: Can’t set shelf 1 to 3.
 ----
 tell application "Depot" to delete crate 2 of shelf 1
 -- expect error: -10000 Depot got an error: The crate is sealed.
 ----
-tell application "Depot" to delete shelf 1
--- expect error: -10000 Depot got an error: AppleEvent handler failed.
+tell application "Depot" to delete shelf 1  -- expect error: -10000 Depot got an error: AppleEvent handler failed.
 ----
 tell application "Depot" to make new fragile crate
 -- expect error: -2710 Depot got an error: Can’t make class fragile crate.
@@ -44,14 +41,9 @@ tell application "Depot" to make new fragile crate
 tell application "Depot" to move crate 1 of shelf 1 to it
 -- expect error: -10024 Depot got an error: Can’t make or move that element into that container.
 ----
-tell application "Depot" to move crate 1 of shelf 1
--- expect error: -1701 The to parameter is missing for move.
-----
-tell application "Depot" to weigh {1, 2}
--- expect error: -1703
-----
-tell application "Nowhere" to activate
--- expect error: -1728 Can’t get application "Nowhere".
+tell application "Depot" to move crate 1 of shelf 1  -- expect error: -1701 The to parameter is missing for move.
+tell application "Depot" to weigh {1, 2}  -- expect error: -1703
+tell application "Nowhere" to activate  -- expect error: -1728 Can’t get application "Nowhere".
 ----
 with timeout of 2 seconds
 	tell application "Depot" to dawdle for 1
@@ -111,11 +103,8 @@ tell application "Depot"
 end tell
 -- expect error: -1728 Depot got an error: Can’t get shelf "missing".
 ----
-tell missing value to set name to "x"
--- expect error: -10006 Can’t set name of missing value to "x".
-----
-tell application "Depot" to error "mine" number -1404
--- expect error: -1404 mine
+tell missing value to set name to "x"  -- expect error: -10006 Can’t set name of missing value to "x".
+tell application "Depot" to error "mine" number -1404  -- expect error: -1404 mine
 ----
 tell application "Depot"
 	try

@@ -1,31 +1,17 @@
 -- Filters on the objects of an application.
-tell application "Depot" to get name of every crate of shelf 1 whose weight > 7
--- expect: {"apples", "pears"}
-----
-tell application "Depot" to get name of crates of shelf 1 where sealed is true
--- expect: {"pears"}
-----
-tell application "Depot" to get name of first crate of shelf 1 whose name starts with "p"
--- expect: "pears"
-----
-tell application "Depot" to get name of last crate of shelf 1 whose name contains "p"
--- expect: "plums"
-----
-tell application "Depot" to count of (crates of shelf 1 whose weight ≥ 10 and not sealed)
--- expect: 1
-----
-tell application "Depot" to count (crates of main shelf whose sealed or tint is red)
--- expect: 2
+tell application "Depot" to get name of every crate of shelf 1 whose weight > 7  -- expect: {"apples", "pears"}
+tell application "Depot" to get name of crates of shelf 1 where sealed is true  -- expect: {"pears"}
+tell application "Depot" to get name of first crate of shelf 1 whose name starts with "p"  -- expect: "pears"
+tell application "Depot" to get name of last crate of shelf 1 whose name contains "p"  -- expect: "plums"
+tell application "Depot" to count of (crates of shelf 1 whose weight ≥ 10 and not sealed)  -- expect: 1
+tell application "Depot" to count (crates of main shelf whose sealed or tint is red)  -- expect: 2
 ----
 set limit to 15
 tell application "Depot" to get id of (every crate of shelf 1 whose weight is less than limit)
 -- expect: {1, 3}
 ----
-tell application "Depot" to get id of crates of shelf 1 whose name is in {"plums", "pears"}
--- expect: {2, 3}
-----
-tell application "Depot" to get name of every shelf whose name does not contain "o"
--- expect: {"Empty"}
+tell application "Depot" to get id of crates of shelf 1 whose name is in {"plums", "pears"}  -- expect: {2, 3}
+tell application "Depot" to get name of every shelf whose name does not contain "o"  -- expect: {"Empty"}
 ----
 tell application "Depot" to get name of every shelf whose its load limit < 100
 -- expect: {"South \"old\"", "Empty"}
@@ -39,14 +25,9 @@ tell application "Depot"
 end tell
 -- expect: {2, "pears", true}
 ----
-tell application "Depot" to get crate 1 of shelf 1 whose name is "nothing"
--- expect error: -1719
-----
-tell application "Depot" to get every crate of shelf 1 whose nonsense of it is 1
--- expect error: -1728
-----
-every item of {1, 2, 3} whose contents > 1
--- expect error: -1728
+tell application "Depot" to get crate 1 of shelf 1 whose name is "nothing"  -- expect error: -1719
+tell application "Depot" to get every crate of shelf 1 whose nonsense of it is 1  -- expect error: -1728
+every item of {1, 2, 3} whose contents > 1  -- expect error: -1728
 ----
 tell application "Depot" to delete (every crate of shelf 1 whose weight < 10)
 tell application "Depot" to get name of crates of shelf 1
@@ -58,8 +39,7 @@ tell application "Depot"
 end tell
 -- expect: {red, red, red}
 ----
-tell application "Depot" to get name of every shelf whose name of first crate is "apples"
--- expect error: -1719
+tell application "Depot" to get name of every shelf whose name of first crate is "apples"  -- expect error: -1719
 ----
 ignoring case
 	tell application "Depot" to get id of every crate of shelf 1 whose name is "PLUMS"

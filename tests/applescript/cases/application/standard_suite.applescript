@@ -37,8 +37,7 @@ end tell
 tell application "Depot" to {count of shelves, count shelves, number of shelves, count every crate of shelf 1, count of crates of shelf "Empty", (count of crates of shelf 2) + 1}
 -- expect: {3, 3, 3, 3, 0, 2}
 ----
-tell application "Depot" to count shelf 1 each crate
--- expect: 3
+tell application "Depot" to count shelf 1 each crate  -- expect: 3
 ----
 tell application "Depot" to {exists shelf "North", exists shelf "none such", shelf 9 exists, not (exists crate 1 of shelf 3), exists name of shelf 1}
 -- expect: {true, false, false, true, true}

@@ -1,5 +1,4 @@
-"a" & "b" & "c"
--- expect: "abc"
+"a" & "b" & "c"  -- expect: "abc"
 ----
 -- A text on the left makes a text of what is on the right.
 {"x" & 5, "x" & 1.5, "x" & true, "x" & missing value, "x" & {1, 2}}
@@ -9,15 +8,10 @@
 {66 & "x", 1 & 2, true & false, {1} & "a", {1} & {2, 3}, {} & {}}
 -- expect: {{66, "x"}, {1, 2}, {true, false}, {1, "a"}, {1, 2, 3}, {}}
 ----
-1 & {2, 3}
--- expect: {1, 2, 3}
-----
-{1, 2} & {{3}}
--- expect: {1, 2, {3}}
-----
+1 & {2, 3}  -- expect: {1, 2, 3}
+{1, 2} & {{3}}  -- expect: {1, 2, {3}}
 -- Two records become one; the left one wins.
-{a:1, b:2} & {b:3, c:4}
--- expect: {a:1, b:2, c:4}
+{a:1, b:2} & {b:3, c:4}  -- expect: {a:1, b:2, c:4}
 ----
 set xs to {}
 repeat with i from 1 to 3
@@ -33,8 +27,7 @@ end repeat
 s
 -- expect: "ababab"
 ----
-"one" & space & "two" & tab = "one two	"
--- expect: true
+"one" & space & "two" & tab = "one two	"  -- expect: true
 ----
 -- What & makes is new.
 set a to {1}
@@ -44,8 +37,7 @@ a
 -- expect: {1}
 ----
 -- A record among lists becomes a list: its labels are lost.
-{{1, 2} & {a:3}, {a:1} & {2}, 1 & {a:2}, "t" & {a:1}}
--- expect: {{1, 2, 3}, {1, 2}, {1, 2}, {"t", 1}}
+{{1, 2} & {a:3}, {a:1} & {2}, 1 & {a:2}, "t" & {a:1}}  -- expect: {{1, 2, 3}, {1, 2}, {1, 2}, {"t", 1}}
 ----
 set found to {}
 repeat with n from 1 to 2

@@ -26,8 +26,7 @@ ignoring hyphens
 end ignoring
 -- expect: {true, true}
 ----
-{"version 10" > "version 9", "1.10" > "1.9"}
--- expect: {false, false}
+{"version 10" > "version 9", "1.10" > "1.9"}  -- expect: {false, false}
 ----
 considering numeric strings
 	{"version 10" > "version 9", "1.10" > "1.9", "1.2.10" > "1.2.9"}

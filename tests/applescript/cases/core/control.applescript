@@ -37,8 +37,7 @@ if x = 1 then set x to 3
 x
 -- expect: 2
 ----
-if missing value then 1
--- expect error: -1700 Can’t make missing value into type boolean.
+if missing value then 1  -- expect error: -1700 Can’t make missing value into type boolean.
 ----
 -- Nested, with bare ends.
 set r to {}
@@ -210,8 +209,7 @@ end firstOver
 {firstOver(2, {1, 3, 5}), firstOver(9, {1})}
 -- expect: {3, missing value}
 ----
-exit repeat
--- expect error: -2755
+exit repeat  -- expect error: -2755
 ----
 return 5
 6
@@ -222,11 +220,8 @@ if x = 1 then return "early"
 "late"
 -- expect: "early"
 ----
-tell 5 to it + 1
--- expect: 6
-----
-tell "abc" to return its length
--- expect: 3
+tell 5 to it + 1  -- expect: 6
+tell "abc" to return its length  -- expect: 3
 ----
 tell me to set z to 4
 z

@@ -1,17 +1,8 @@
-error "Something."
--- expect error: -2700 Something.
-----
-error "Something." number 500
--- expect error: 500 Something.
-----
-error number 500
--- expect error: 500
-----
-error
--- expect error: -2700
-----
-error number -128
--- expect error: -128 User canceled.
+error "Something."  -- expect error: -2700 Something.
+error "Something." number 500  -- expect error: 500 Something.
+error number 500  -- expect error: 500
+error  -- expect error: -2700
+error number -128  -- expect error: -128 User canceled.
 ----
 set n to 40
 error "Number " & n + 2 number n + 2
@@ -147,14 +138,9 @@ end repeat
 n
 -- expect: 2
 ----
-no_such_variable
--- expect error: -2753 The variable no_such_variable is not defined.
-----
-set x to No_Such_Variable + 1
--- expect error: -2753 The variable No_Such_Variable is not defined.
-----
-no_such_handler(1)
--- expect error: -1708 «script» doesn’t understand the “no_such_handler” message.
+no_such_variable  -- expect error: -2753 The variable no_such_variable is not defined.
+set x to No_Such_Variable + 1  -- expect error: -2753 The variable No_Such_Variable is not defined.
+no_such_handler(1)  -- expect error: -1708 «script» doesn’t understand the “no_such_handler” message.
 ----
 on f()
 end f

@@ -73,17 +73,10 @@ set long_list to {1, ¬
 length of "a¬b"
 -- expect: 3
 ----
-"tab\there" = "tab" & tab & "here"
--- expect: true
-----
-{"a\nb" = "a" & linefeed & "b", "a\rb" = "a" & return & "b"}
--- expect: {true, true}
-----
-{"\"", "\\"}
--- expect: {"\"", "\\"}
-----
-length of "say \"x\" \\ y"
--- expect: 11
+"tab\there" = "tab" & tab & "here"  -- expect: true
+{"a\nb" = "a" & linefeed & "b", "a\rb" = "a" & return & "b"}  -- expect: {true, true}
+{"\"", "\\"}  -- expect: {"\"", "\\"}
+length of "say \"x\" \\ y"  -- expect: 11
 ----
 -- A text may go over lines.
 set s to "one
@@ -91,20 +84,11 @@ two"
 count of paragraphs of s
 -- expect: 2
 ----
-{length of return, length of linefeed, length of tab, length of space, length of quote}
--- expect: {1, 1, 1, 1, 1}
-----
-{id of return, id of linefeed, id of tab, id of space, id of quote}
--- expect: {13, 10, 9, 32, 34}
-----
-pi
--- expect: 3.14159265359
-----
-{true, false, missing value}
--- expect: {true, false, missing value}
-----
-{TRUE, False, Missing Value}
--- expect: {true, false, missing value}
+{length of return, length of linefeed, length of tab, length of space, length of quote}  -- expect: {1, 1, 1, 1, 1}
+{id of return, id of linefeed, id of tab, id of space, id of quote}  -- expect: {13, 10, 9, 32, 34}
+pi  -- expect: 3.14159265359
+{true, false, missing value}  -- expect: {true, false, missing value}
+{TRUE, False, Missing Value}  -- expect: {true, false, missing value}
 ----
 2 + 3
 result * 10
@@ -119,17 +103,10 @@ set a to a+1
 a
 -- expect: 2
 ----
-{1,2,3}
--- expect: {1, 2, 3}
-----
-{ 1 , 2 , { } }
--- expect: {1, 2, {}}
-----
-"tabs	and unicode ☃ é"'s length
--- expect: 20
-----
-the (5)
--- expect: 5
+{1,2,3}  -- expect: {1, 2, 3}
+{ 1 , 2 , { } }  -- expect: {1, 2, {}}
+"tabs	and unicode ☃ é"'s length  -- expect: 20
+the (5)  -- expect: 5
 ----
 set the x to the 5
 the x

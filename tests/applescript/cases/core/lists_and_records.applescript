@@ -50,17 +50,10 @@ set item 1 of a to 9
 b
 -- expect: {{9, 2}, {9, 2}}
 ----
-item 3 of {1, 2}
--- expect error: -1728 Can’t get item 3 of {1, 2}.
-----
-items 2 thru 5 of {1, 2, 3}
--- expect error: -1728 Can’t get items 2 thru 5 of {1, 2, 3}.
-----
-first item of {}
--- expect error: -1728 Can’t get item 1 of {}.
-----
-set item 3 of {1, 2} to 0
--- expect error: -10006 Can’t set item 3 of {1, 2} to 0.
+item 3 of {1, 2}  -- expect error: -1728 Can’t get item 3 of {1, 2}.
+items 2 thru 5 of {1, 2, 3}  -- expect error: -1728 Can’t get items 2 thru 5 of {1, 2, 3}.
+first item of {}  -- expect error: -1728 Can’t get item 1 of {}.
+set item 3 of {1, 2} to 0  -- expect error: -10006 Can’t set item 3 of {1, 2} to 0.
 ----
 set {a, b, c} to {1, 2, 3}
 {c, b, a}
@@ -98,14 +91,9 @@ set r's a to (r's a) * 10
 r
 -- expect: {a:20}
 ----
-{length of {a:1, b:2}, count {a:1, b:2}, count of {}}
--- expect: {2, 2, 0}
-----
-b of {a:1}
--- expect error: -1728 Can’t get b of {a:1}.
-----
-set b of {a:1} to 2
--- expect error: -10006 Can’t set b of {a:1} to 2.
+{length of {a:1, b:2}, count {a:1, b:2}, count of {}}  -- expect: {2, 2, 0}
+b of {a:1}  -- expect error: -1728 Can’t get b of {a:1}.
+set b of {a:1} to 2  -- expect error: -10006 Can’t set b of {a:1} to 2.
 ----
 -- set shares a record, too.
 set r to {a:1}
@@ -126,19 +114,15 @@ set r to {|two words|:1, plain:2}
 (|two words| of r) + (r's plain)
 -- expect: 3
 ----
-{a:1, b:2} as list
--- expect: {1, 2}
+{a:1, b:2} as list  -- expect: {1, 2}
 ----
 set x to 5
 set r to {x:x, y:x + 1}
 r's y
 -- expect: 6
 ----
-{class of {}, class of {a:1}, class of {1}}
--- expect: {list, record, list}
-----
-{{}, {{}}, {{}, {}}}
--- expect: {{}, {{}}, {{}, {}}}
+{class of {}, class of {a:1}, class of {1}}  -- expect: {list, record, list}
+{{}, {{}}, {{}, {}}}  -- expect: {{}, {{}}, {{}, {}}}
 ----
 set xs to {3, 1, 2}
 set sum to 0
@@ -148,8 +132,7 @@ end repeat
 sum
 -- expect: 6
 ----
-contents of item 2 of {1, {2}}
--- expect: {2}
+contents of item 2 of {1, {2}}  -- expect: {2}
 ----
 tell {10, 20, 30}
 	{item 2, length, first item, reverse}

@@ -1,27 +1,15 @@
 -- Every one of these has a place: line and column, from 1.
-set x to
--- expect syntax error
-----
-1 +
--- expect syntax error
-----
-(1 + 2
--- expect syntax error
-----
-{1, 2
--- expect syntax error
-----
-{1, , 2}
--- expect syntax error
-----
-"no end
--- expect syntax error
+set x to  -- expect syntax error
+1 +  -- expect syntax error
+(1 + 2  -- expect syntax error
+{1, 2  -- expect syntax error
+{1, , 2}  -- expect syntax error
+"no end  -- expect syntax error
 ----
 (* no end
 -- expect syntax error
 ----
-|no end
--- expect syntax error
+|no end  -- expect syntax error
 ----
 if true then
 	1
@@ -36,11 +24,8 @@ repeat with in {1}
 end repeat
 -- expect syntax error
 ----
-end if
--- expect syntax error
-----
-else
--- expect syntax error
+end if  -- expect syntax error
+else  -- expect syntax error
 ----
 on f(
 end f
@@ -56,14 +41,9 @@ tell 5
 end if
 -- expect syntax error
 ----
-1 2
--- expect syntax error
-----
-"a" "b"
--- expect syntax error
-----
-set x to 1 set y to 2
--- expect syntax error
+1 2  -- expect syntax error
+"a" "b"  -- expect syntax error
+set x to 1 set y to 2  -- expect syntax error
 ----
 considering
 end considering
@@ -73,17 +53,10 @@ if then
 end if
 -- expect syntax error
 ----
-x y z
--- expect syntax error
-----
-)
--- expect syntax error
-----
-1 + * 2
--- expect syntax error
-----
-property : 5
--- expect syntax error
+x y z  -- expect syntax error
+)  -- expect syntax error
+1 + * 2  -- expect syntax error
+property : 5  -- expect syntax error
 ----
 script s
 	on f()
@@ -103,8 +76,7 @@ on f()
 end f
 -- expect syntax error
 ----
-"unknown escape \q"
--- expect syntax error
+"unknown escape \q"  -- expect syntax error
 ----
 set {a, -b} to {1, 2}
 -- expect syntax error at 1:1

@@ -36,8 +36,7 @@ set AppleScript's text item delimiters to saved
 {inside, {"a", "b"} as text}
 -- expect: {{"a", "b"}, "ab"}
 ----
-{AppleScript's text item delimiters, {1, 2, 3} as text}
--- expect: {{""}, "123"}
+{AppleScript's text item delimiters, {1, 2, 3} as text}  -- expect: {{""}, "123"}
 ----
 set AppleScript's text item delimiters to {}
 {"a", "b"} as text

@@ -135,14 +135,9 @@ set r to reference to x
 -- expect: {3, "abcd", true, text}
 ----
 -- contents of what is no reference is the thing itself.
-{contents of 5, contents of "a", contents of {1}}
--- expect: {5, "a", {1}}
-----
-get 5
--- expect: 5
-----
-get item 2 of {1, 2}
--- expect: 2
+{contents of 5, contents of "a", contents of {1}}  -- expect: {5, "a", {1}}
+get 5  -- expect: 5
+get item 2 of {1, 2}  -- expect: 2
 ----
 set x to get length of "abc"
 x
@@ -168,8 +163,5 @@ use scripting additions
 1 + 1
 -- expect: 2
 ----
-me is me
--- expect: true
-----
-AppleScript is AppleScript
--- expect: true
+me is me  -- expect: true
+AppleScript is AppleScript  -- expect: true
