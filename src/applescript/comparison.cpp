@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "applescript/evaluator.h"
+#include "applescript/in_place.h"
 #include "applescript/objects.h"
 #include "applescript/printing.h"
 
@@ -91,16 +92,7 @@ bool Evaluator::ordered(Operator operation, const Value& left, const Value& righ
     if (left.is(Kind::Constant)) return ordered(operation, Value::text(toText(left)), rightValue);
     cannotMake(left, code("nmbr"));
   }
-  switch (operation) {
-    case Operator::Less:
-      return order < 0;
-    case Operator::LessOrEqual:
-      return order <= 0;
-    case Operator::Greater:
-      return order > 0;
-    default:
-      return order >= 0;
-  }
+  return compared(operation, order, 0);
 }
 
 namespace {

@@ -5,6 +5,8 @@
 ----
 {"hello" ends with "lo", "hello" end with "lo", "hello" ends with "hell"}  -- expect: {true, true, false}
 {"hello" does not contain "x", "hello" doesn't contain "ell", "hello" contain "h"}  -- expect: {true, false, true}
+{"ab" does not start with "a", "ab" doesn't begin with "b"}  -- expect: {false, true}
+{"ab" does not end with "b", "ab" doesn't end with "a"}  -- expect: {false, true}
 ----
 {"ell" is in "hello", "x" is not in "hello", "x" isn't in "hello", "ell" is contained by "hello", "x" is not contained by "hello", "x" isn't contained by "hello"}
 -- expect: {true, true, true, true, true, true}

@@ -1,8 +1,3 @@
-if 1 = 1 then
-	"yes"
-end if
--- expect: "yes"
-----
 if 1 = 2 then
 	"a"
 else if 1 = 1 then
@@ -158,13 +153,6 @@ end repeat
 xs
 -- expect: {item 1 of {1, 2}, item 2 of {1, 2}}
 ----
-set total to 0
-repeat with x in {1, 2, 3}
-	if x > 1 then set total to total + x * 2
-end repeat
-total
--- expect: 10
-----
 set xs to {1, 2, 3}
 repeat with x in xs
 	set contents of x to x * x
@@ -179,26 +167,12 @@ end repeat
 rs
 -- expect: {{n:10}, {n:20}}
 ----
-set s to ""
-repeat with x in {{1, 2}, {3, 4}}
-	set s to s & item 2 of x & length of x
-end repeat
-s
--- expect: "2242"
-----
 set n to 0
 repeat with x in {}
 	set n to n + 1
 end repeat
 n
 -- expect: 0
-----
-set s to ""
-repeat with w in words of "one two three"
-	set s to s & (character 1 of w)
-end repeat
-s
--- expect: "ott"
 ----
 on firstOver(n, xs)
 	repeat with x in xs

@@ -1,9 +1,3 @@
-on add(a, b)
-	return a + b
-end add
-add(1, 2)
--- expect: 3
-----
 to add(a, b)
 	a + b
 end
@@ -17,19 +11,6 @@ on twice(n)
 end twice
 -- expect: 8
 ----
-on nothing_in()
-	"result"
-end nothing_in
-nothing_in()
--- expect: "result"
-----
-on factorial(n)
-	if n ≤ 1 then return 1
-	return n * factorial(n - 1)
-end factorial
-factorial(10)
--- expect: 3628800
-----
 on isEven(n)
 	if n = 0 then return true
 	return isOdd(n - 1)
@@ -40,13 +21,6 @@ on isOdd(n)
 end isOdd
 {isEven(10), isOdd(7), isEven(3)}
 -- expect: {true, true, false}
-----
-on fib(n)
-	if n < 2 then return n
-	fib(n - 1) + fib(n - 2)
-end fib
-fib(15)
--- expect: 610
 ----
 -- Locals belong to the call.
 on depth_first(n)
@@ -92,21 +66,7 @@ change(xs, n)
 {xs, n}
 -- expect: {{5}, 5}
 ----
-on f(a)
-	set a to a + 1
-	return a
-end f
-set a to 1
-{f(a), a}
--- expect: {2, 1}
-----
 -- Patterns.
-on swap({a, b})
-	return {b, a}
-end swap
-swap({1, 2})
--- expect: {2, 1}
-----
 on deep({a, {b, c}}, d)
 	return a & b & c & d
 end deep
@@ -162,24 +122,12 @@ end describe
 describe of "a" with loud and polite
 -- expect: {"a", true, true}
 ----
-on rock around the_clock
-	the_clock
-end rock
-rock around 12
--- expect: 12
-----
 -- Interleaved.
 on addItem:x toList:xs
 	xs & x
 end addItem:toList:
 my addItem:3 toList:{1, 2}
 -- expect: {1, 2, 3}
-----
-on greet:who
-	"Hello " & who
-end greet:
-my greet:"you"
--- expect: "Hello you"
 ----
 on join:a using:b andThen:c
 	a & b & c
@@ -244,11 +192,6 @@ mixed_case("x")
 -- expect: "x"
 ----
 on run
-	return "ran"
-end run
--- expect: "ran"
-----
-on run
 	helper(2)
 end run
 on helper(n)
@@ -256,25 +199,12 @@ on helper(n)
 end helper
 -- expect: 200
 ----
-on hanoi(n, a, b, c)
-	if n = 0 then return ""
-	return hanoi(n - 1, a, c, b) & a & c & " " & hanoi(n - 1, b, a, c)
-end hanoi
-hanoi(2, "A", "B", "C")
--- expect: "AB AC BC "
-----
 -- No result is no error when nobody asks for it.
 on quiet()
 end quiet
 quiet()
 "after"
 -- expect: "after"
-----
-on f(x)
-	return x
-end f
-f({a:1, b:{2}})
--- expect: {a:1, b:{2}}
 ----
 on f(xs)
 	set item 1 of xs to "changed"

@@ -19,17 +19,6 @@ tell Greeter
 end tell
 -- expect: "Bye, Ann"
 ----
-script Counter
-	property n : 0
-	on bump()
-		set n to n + 1
-	end bump
-end script
-tell Counter to bump()
-tell Counter to bump()
-Counter's n
--- expect: 2
-----
 on makeCounter(start_at)
 	script
 		property n : start_at
@@ -210,28 +199,6 @@ end script
 S's me_and_my()
 -- expect: {5, 5, true}
 ----
-script S
-	on f()
-		return "f of S"
-	end f
-end script
-set xs to {S, S}
-{(item 1 of xs)'s f(), f() of item 2 of xs}
--- expect: {"f of S", "f of S"}
-----
-set results to {}
-script Visitor
-	property seen : {}
-	on visit(x)
-		set end of seen to x
-	end visit
-end script
-repeat with x in {1, 2}
-	tell Visitor to visit(contents of x)
-end repeat
-Visitor's seen
--- expect: {1, 2}
-----
 script Sum
 	on |+|(a, b)
 		return a + b
@@ -247,26 +214,3 @@ script S
 end script
 S's c
 -- expect: {1, 2}
-----
--- The iterator that forgets nothing.
-on iterator(xs)
-	script
-		property i : 0
-		on next_()
-			set i to i + 1
-			if i > (count xs) then error "The end." number 9
-			return item i of xs
-		end next_
-	end script
-end iterator
-set it_ to iterator({"a", "b"})
-set got to {}
-try
-	repeat
-		set end of got to it_'s next_()
-	end repeat
-on error m number 9
-	set end of got to m
-end try
-got
--- expect: {"a", "b", "The end."}

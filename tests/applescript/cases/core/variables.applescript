@@ -1,8 +1,3 @@
-property p : 1
-set p to p + 1
-p
--- expect: 2
-----
 prop p : {1, 2}
 p
 -- expect: {1, 2}
@@ -20,14 +15,6 @@ bump()
 bump()
 p
 -- expect: 2
-----
-global g
-on f()
-	set g to 5
-end f
-f()
-g
--- expect: 5
 ----
 on f()
 	global g
@@ -110,12 +97,6 @@ set r to a reference to x
 set contents of r to 5
 x
 -- expect: 5
-----
-property x : 1
-set r to a reference to x
-set x to 10
-(contents of r) + 1
--- expect: 11
 ----
 property xs : {1, 2, 3}
 set r to a reference to item 2 of xs

@@ -163,7 +163,7 @@ on evaluate given expression:source, variables:bindings
 			take(")")
 			if functionName is "max" then return greatestOf(arguments_)
 			if functionName is "min" then return leastOf(arguments_)
-			if functionName is "sqrt" then return squareRoot(item 1 of arguments_)
+			if functionName is "sqrt" then return (item 1 of arguments_) ^ 0.5
 			if functionName is "if" then
 				if item 1 of arguments_ then return item 2 of arguments_
 				return item 3 of arguments_
