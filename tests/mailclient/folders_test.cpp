@@ -139,13 +139,14 @@ TEST(Accounts, AreAddedListedAndForgotten) {
     AddAccount account;
     std::int64_t number;
   };
-  const std::vector<Bad> bad = {{{"Office", "/mail/office", "", AccountType::imap}, error_number::accountExists},
-                                {{"", "/mail/office", "", AccountType::imap}, error_number::invalidName},
-                                {{"a/b", "/mail/office", "", AccountType::imap}, error_number::invalidName},
-                                {{"a\nb", "/mail/office", "", AccountType::imap}, error_number::invalidName},
-                                {{"\xff", "/mail/office", "", AccountType::imap}, error_number::invalidName},
-                                {{"x", "/nowhere", "", AccountType::imap}, error_number::maildirUnusable},
-                                {{"x", "relative", "", AccountType::imap}, error_number::maildirUnusable}};
+  const std::vector<Bad> bad = {
+      {{"Office", "/mail/office", "", AccountType::imap}, error_number::accountExists},
+      {{"", "/mail/office", "", AccountType::imap}, error_number::invalidName},
+      {{"a/b", "/mail/office", "", AccountType::imap}, error_number::invalidName},
+      {{"a\nb", "/mail/office", "", AccountType::imap}, error_number::invalidName},
+      {{"\xff", "/mail/office", "", AccountType::imap}, error_number::invalidName},
+      {{"x", "/nowhere", "", AccountType::imap}, error_number::maildirUnusable},
+      {{"x", "relative", "", AccountType::imap}, error_number::maildirUnusable}};
   for (const auto& [account, number] : bad) {
     const auto added = mail.client().addAccount(account);
     ASSERT_FALSE(added) << account.name;
