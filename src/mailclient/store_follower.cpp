@@ -69,10 +69,16 @@ bool StoreFollower::watch() {
   std::erase_if(watches_, [&](const auto& watch) { return !wanted.contains(watch.first); });
   bool isNew = false;
   for (const auto& directory : wanted) {
-    if (watches_.contains(directory)) continue;
+    const auto info = mail_.environment_.files.info(directory);
+    const auto device = info ? info->device : 0;
+    const auto inode = info ? info->inode : 0;
+    if (const auto known = watches_.find(directory);
+        known != watches_.end() && known->second.device == device && known->second.inode == inode) {
+      continue;
+    }
     auto watch = watcher_.watch(directory, [this, directory] { noticed(directory); });
     if (watch) {
-      watches_[directory] = std::move(*watch);
+      watches_[directory] = {device, inode, std::move(*watch)};
       isNew = true;
     } else if (std::exchange(isWatchingWell_, false)) {
       mail_.environment_.log.error(

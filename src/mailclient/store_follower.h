@@ -4,6 +4,7 @@
 //   follower.show({{account, "INBOX"}});        // the mailboxes whose messages are on the screen
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <set>
@@ -48,6 +49,14 @@ class StoreFollower {
     ViewState views;
   };
 
+  // A watch stays with the directory that it began with, though another one may have come to its place by the
+  // renaming of a folder above.
+  struct Watch {
+    std::uint64_t device = 0;  // 0 and 0: there was none
+    std::uint64_t inode = 0;
+    Subscription subscription;
+  };
+
   Picture look();
   // Watches what the picture asks for; gives whether something is watched that was not.
   bool watch();
@@ -58,7 +67,7 @@ class StoreFollower {
   const std::function<void(const StoreChange&)> changed_;
   std::vector<MailboxKey> shown_;
   Picture picture_;
-  std::map<Path, Subscription> watches_;
+  std::map<Path, Watch> watches_;
   std::map<Path, MailboxKey> messageFolders_;  // cur and new of the mailboxes watched
   bool isWatchingWell_ = true;
 };
