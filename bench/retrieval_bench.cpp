@@ -12,6 +12,7 @@
 #include <fmt/format.h>
 
 #include "main/composition.h"
+#include "support/recording_frontend.h"
 
 namespace quillbox {
 namespace {
@@ -22,22 +23,6 @@ constexpr int kMailboxes = 1000;  // an account
 class SilentLog final : public Log {
  public:
   void write(LogLevel, std::string_view) override {}
-};
-
-class NoFrontend final : public Frontend, public InstallerInterface, public SoundPlayer {
- public:
-  void hideQuillbox(std::string_view) override {}
-  void activate() override {}
-  bool isActive() const override { return false; }
-  InstallerInterface& installerInterface() override { return *this; }
-  SoundPlayer& sounds() override { return *this; }
-  void scriptLog(std::string_view) override {}
-  void chooseFolder(const Panel&, std::function<void(std::optional<Path>)> chosen) override {
-    chosen(std::nullopt);
-  }
-  void showAlert(const std::string&, const std::string&, const std::string&) override {}
-  void beep() override {}
-  void play(const Path&) override {}
 };
 
 // One store for all; it goes at the end of the program.
@@ -54,6 +39,7 @@ class BigStore {
         makeMaildir(maildir / fmt::format(".Projects {}.Client {}.Matter {}", i % 10, i % 100, i));
       }
     }
+    frontend_.active = false;
     auto made = Composition::make({Path(root_ / "profile"), log_, frontend_});
     if (!made) fatal(made.error().message);
     all = std::move(*made);
@@ -79,7 +65,7 @@ class BigStore {
 
   std::filesystem::path root_;
   SilentLog log_;
-  NoFrontend frontend_;
+  RecordingFrontend frontend_;
 
  public:
   std::unique_ptr<Composition> all;

@@ -1,13 +1,13 @@
 // Any bytes as a script: a program or one syntax error with a place; and what runs ends, in a value that
 // prints or in an error that says something.
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 #include <string_view>
 
 #include "applescript/host.h"
 #include "applescript/interpreter.h"
 #include "applescript/objects.h"
+#include "require.h"
 
 namespace {
 
@@ -22,10 +22,6 @@ constexpr std::string_view kDictionary = R"(<dictionary><suite name="Box" code="
     <parameter name="for" code="secs" type="integer" optional="yes"/>
     <parameter name="gently" code="gent" type="boolean" optional="yes"/></command>
 </suite></dictionary>)";
-
-void require(bool holds) {
-  if (!holds) std::abort();
-}
 
 class BoxApplication;
 

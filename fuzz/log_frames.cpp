@@ -7,9 +7,10 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 #include <string_view>
+
+#include "require.h"
 
 namespace {
 
@@ -89,10 +90,6 @@ void edit(std::string& file, Input& input) {
       file.insert(a, input.take(b % 64));
       break;
   }
-}
-
-void require(bool holds) {
-  if (!holds) std::abort();
 }
 
 // Each record is one that was written, and none comes twice.

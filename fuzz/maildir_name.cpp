@@ -1,6 +1,5 @@
 // Any bytes as names on disk: reading and writing them again changes nothing that belongs to others.
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 #include <string_view>
 
@@ -9,14 +8,7 @@
 #include "mailclient/keywords.h"
 #include "mailclient/message_name.h"
 #include "mailclient/name_codes.h"
-
-namespace {
-
-void require(bool holds) {
-  if (!holds) std::abort();
-}
-
-}  // namespace
+#include "require.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace quillbox;

@@ -1,19 +1,11 @@
 // Any bytes as a message: reading never fails, what comes back is UTF-8, and the header part is a prefix.
 #include <cstdint>
-#include <cstdlib>
 #include <string_view>
 
 #include "base/text.h"
 #include "mailclient/html_text.h"
 #include "mailclient/mime.h"
-
-namespace {
-
-void require(bool holds) {
-  if (!holds) std::abort();
-}
-
-}  // namespace
+#include "require.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace quillbox;

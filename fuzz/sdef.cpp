@@ -8,14 +8,11 @@
 
 #include "applescript/host.h"
 #include "applescript/interpreter.h"
+#include "require.h"
 
 namespace {
 
 using namespace quillbox::applescript;
-
-void require(bool holds) {
-  if (!holds) std::abort();
-}
 
 class AbsentApplication final : public Application {
  public:

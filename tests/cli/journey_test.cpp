@@ -5,14 +5,13 @@
 #include <vector>
 
 #include "program.h"
-#include "store.h"
 
 namespace quillbox {
 namespace {
 
 using nlohmann::json;
 
-class Journey : public testing::Test {
+class Journey : public WithQuillboxctl {
  protected:
   Journey() {
     store_.fill("Work", 5);
@@ -30,18 +29,6 @@ class Journey : public testing::Test {
 
   std::string path(const char* account) const { return (store_.mail() / account).string(); }
 
-  Ended quill(std::vector<std::string> words, const std::string& input = {}) {
-    words.insert(words.begin(), {"--profile", store_.profile().string()});
-    return runQuillboxctl(words, input);
-  }
-  // JSON of a command that goes well.
-  json answer(std::vector<std::string> words) {
-    words.insert(words.begin(), "--json");
-    const auto ended = quill(std::move(words));
-    EXPECT_EQ(ended.status, 0) << ended.err;
-    EXPECT_EQ(ended.err, "");
-    return json::parse(ended.out, nullptr, false);
-  }
   std::vector<json> quillLines(const std::vector<std::string>& lines) {
     std::string input;
     for (const auto& line : lines) input += line + "\n";
@@ -52,8 +39,6 @@ class Journey : public testing::Test {
     for (std::string line; std::getline(out, line);) answers.push_back(json::parse(line, nullptr, false));
     return answers;
   }
-
-  Store store_;
 };
 
 TEST_F(Journey, ThreeMessagesIntoAMailboxWithAnAwkwardName) {

@@ -4,7 +4,6 @@
 #include <vector>
 
 #include "program.h"
-#include "store.h"
 
 namespace quillbox {
 namespace {
@@ -14,29 +13,17 @@ using nlohmann::json;
 // "Résumés" as a Maildir spells it.
 constexpr const char* kResumes = ".R&AOk-sum&AOk-s";
 
-class Lists : public testing::Test {
+class Lists : public WithQuillboxctl {
  protected:
   Lists() {
     store_.fill("Work", 4);
     for (int i = 0; i < 11; ++i) store_.folder("Work", fmt::format(".Projects.{}", 2010 + i));
     store_.folder("Work", kResumes);
     store_.fill("Home", 0);
-    EXPECT_EQ(quill({"mail", "add", "Work", (store_.mail() / "Work").string()}).status, 0);
-    EXPECT_EQ(quill({"mail", "add", "Home", (store_.mail() / "Home").string()}).status, 0);
+    addAccount("Work");
+    addAccount("Home");
   }
 
-  Ended quill(std::vector<std::string> words, const std::string& input = {}) {
-    words.insert(words.begin(), {"--profile", store_.profile().string()});
-    return runQuillboxctl(words, input);
-  }
-  // JSON of a command that goes well; several lines of it become an array.
-  json answer(std::vector<std::string> words, const std::string& input = {}) {
-    words.insert(words.begin(), "--json");
-    const auto ended = quill(std::move(words), input);
-    EXPECT_EQ(ended.status, 0) << ended.err;
-    EXPECT_EQ(ended.err, "");
-    return json::parse(ended.out, nullptr, false);
-  }
   std::vector<std::string> ids(const json& mailboxes) {
     std::vector<std::string> ids;
     for (const auto& mailbox : mailboxes) ids.push_back(mailbox["id"]);
@@ -52,7 +39,6 @@ class Lists : public testing::Test {
   }
 
   using Ids = std::vector<std::string>;
-  Store store_;
 };
 
 TEST_F(Lists, TheUsersListsStandInTheList) {

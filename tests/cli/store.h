@@ -1,8 +1,6 @@
-// A mail store and a profile in a folder of their own, which goes when the test does. In memory where that
-// can be: these tests look at what is written, not at whether the disk keeps it.
+// A mail store and a profile in a folder of their own, which goes when the test does.
 #pragma once
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -14,24 +12,13 @@
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
+#include "support/temporary_directory.h"
+
 namespace quillbox {
 
 class Store {
  public:
-  Store() {
-    const std::filesystem::path memory = "/dev/shm";
-    const auto parent = std::filesystem::exists(memory) ? memory : std::filesystem::temp_directory_path();
-    std::string name = (parent / "quillbox-cli-XXXXXX").string();
-    if (mkdtemp(name.data()) == nullptr) std::abort();
-    root = name;
-    std::filesystem::create_directory(profile());
-  }
-  ~Store() {
-    std::error_code ignored;
-    std::filesystem::remove_all(root, ignored);
-  }
-  Store(const Store&) = delete;
-  Store& operator=(const Store&) = delete;
+  Store() { std::filesystem::create_directory(profile()); }
 
   std::filesystem::path profile() const { return root / "profile"; }
   std::filesystem::path mail() const { return root / "mail"; }
@@ -76,7 +63,8 @@ class Store {
     return files;
   }
 
-  std::filesystem::path root;
+  const TemporaryDirectory directory{memoryOrTemporaryDirectory()};
+  const std::filesystem::path root = directory.path();
 };
 
 }  // namespace quillbox

@@ -6,22 +6,18 @@
 #include <gtest/gtest.h>
 
 #include "program.h"
-#include "store.h"
 
 namespace quillbox {
 namespace {
 
-TEST(TwoProcesses, FileTheSameSelectionAtOnceAndLoseNothing) {
-  Store store;
+using TwoProcesses = WithQuillboxctl;
+
+TEST_F(TwoProcesses, FileTheSameSelectionAtOnceAndLoseNothing) {
   constexpr int count = 60;
-  store.fill("Work", count);
-  store.folder("Work", ".A");
-  store.folder("Work", ".B");
-  const auto quill = [&](std::vector<std::string> words) {
-    words.insert(words.begin(), {"--profile", store.profile().string()});
-    return runQuillboxctl(words);
-  };
-  ASSERT_EQ(quill({"mail", "add", "Work", (store.mail() / "Work").string()}).status, 0);
+  store_.fill("Work", count);
+  store_.folder("Work", ".A");
+  store_.folder("Work", ".B");
+  addAccount("Work");
   for (int round = 0; round < 3; ++round) {
     ASSERT_EQ(quill({"select", "--mailbox", "Work/INBOX", "--all"}).status, 0);
     Ended ended[2];
@@ -30,30 +26,25 @@ TEST(TwoProcesses, FileTheSameSelectionAtOnceAndLoseNothing) {
     other.join();
     // Whoever comes second to a message says so, or finds it where the first has brought it.
     for (const auto& one : ended) EXPECT_TRUE(one.status == 0 || !one.err.empty()) << one.out;
-    EXPECT_LT(store.messages("Work").size(), static_cast<std::size_t>(count));
+    EXPECT_LT(store_.messages("Work").size(), static_cast<std::size_t>(count));
     std::multiset<std::string> all;
     for (const auto* folder : {"", ".A", ".B"}) {
-      for (const auto& name : store.messages("Work", folder)) all.insert(name.substr(0, name.find(":2,")));
+      for (const auto& name : store_.messages("Work", folder)) all.insert(name.substr(0, name.find(":2,")));
     }
     EXPECT_EQ(all.size(), static_cast<std::size_t>(count)) << ended[0].err << ended[1].err;
     EXPECT_EQ(std::set<std::string>(all.begin(), all.end()).size(), static_cast<std::size_t>(count));
     // Both filings can be taken back.
     while (quill({"undo"}).status == 0) {
     }
-    EXPECT_EQ(store.messages("Work").size(), static_cast<std::size_t>(count));
+    EXPECT_EQ(store_.messages("Work").size(), static_cast<std::size_t>(count));
   }
 }
 
-TEST(TwoProcesses, EditOneListAtOnceAndLoseNothing) {
-  Store store;
-  store.fill("Work", 0);
+TEST_F(TwoProcesses, EditOneListAtOnceAndLoseNothing) {
+  store_.fill("Work", 0);
   constexpr int count = 8;
-  for (int i = 0; i < count; ++i) store.folder("Work", ".F" + std::to_string(i));
-  const auto quill = [&](std::vector<std::string> words) {
-    words.insert(words.begin(), {"--profile", store.profile().string()});
-    return runQuillboxctl(words);
-  };
-  ASSERT_EQ(quill({"mail", "add", "Work", (store.mail() / "Work").string()}).status, 0);
+  for (int i = 0; i < count; ++i) store_.folder("Work", ".F" + std::to_string(i));
+  addAccount("Work");
   const auto atOnce = [&](const char* list, const char* what, int last) {
     std::vector<std::thread> others;
     for (int i = 0; i < last; ++i)

@@ -92,9 +92,7 @@ int live(const Path& profile, const Path& folder, const std::string& name, unsig
 }
 
 TEST(TwoProfiles, AgreeAfterFourProcessesSyncedHundredsOfTimesAtOnce) {
-  // In memory where that can be: it is the interleaving that counts, not the disk.
-  const fs::path memory = "/dev/shm";
-  const TemporaryDirectory home(fs::exists(memory) ? memory : fs::temp_directory_path());
+  const TemporaryDirectory home(memoryOrTemporaryDirectory());
   const auto folder = home / "shared";
   const std::vector<std::string> names = {"A1-", "A2-", "B1-", "B2-"};
   const auto profileOf = [&](const std::string& name) { return home / name.substr(0, 1); };

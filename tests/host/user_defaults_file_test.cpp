@@ -370,9 +370,7 @@ void expectAllWrites(FileSystem& files, const Path& file, const std::vector<std:
 TEST(FileUserDefaults, ProcessesLoseNoWriteOfEachOther) {
   constexpr int rounds = 150;
   LinuxFileSystem files;
-  // In memory where that can be: it is the interleaving that counts, not the disk.
-  const Path shared = "/dev/shm";
-  const TemporaryDirectory directory(files.info(shared) ? shared : std::filesystem::temp_directory_path());
+  const TemporaryDirectory directory(memoryOrTemporaryDirectory());
   std::vector<std::string> writers = {"parent", "child1-", "child2-"};
   std::vector<pid_t> children;
   for (std::size_t i = 1; i < writers.size(); ++i) {

@@ -4,11 +4,13 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include <unicode/regex.h>
 #include <unicode/unistr.h>
 
 #include "base/text.h"
+#include "mailboxes/index_search.h"
 #include "mailboxes/query_pattern.h"
 
 namespace quillbox {
@@ -36,6 +38,18 @@ class PlainSearch {
     const bool matched = matcher->matches(status) != 0;
     if (status == U_REGEX_TIME_OUT) return std::nullopt;
     return matched && U_SUCCESS(status);
+  }
+
+  // By position, what this finds of one field. None when a candidate of it costs too much.
+  std::optional<std::vector<bool>> hits(const SearchIndex& index, SearchField field) const {
+    std::vector<bool> found;
+    for (SearchIndex::Position p = 0; p < index.size(); ++p) {
+      const auto& mailbox = index.mailbox(p);
+      const auto isHit = matches(field == SearchField::path ? mailbox.path : mailbox.name);
+      if (!isHit) return std::nullopt;
+      found.push_back(*isHit);
+    }
+    return found;
   }
 
  private:

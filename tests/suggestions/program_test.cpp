@@ -10,6 +10,7 @@
 #include "main/composition.h"
 #include "suggestions/examples.h"
 #include "support/fakes.h"
+#include "support/recording_frontend.h"
 #include "support/temporary_directory.h"
 
 namespace quillbox {
@@ -20,20 +21,6 @@ using testing::ElementsAre;
 using testing::Field;
 using testing::IsEmpty;
 using testing::UnorderedElementsAre;
-
-class NoFrontend final : public Frontend, public InstallerInterface, public SoundPlayer {
- public:
-  void hideQuillbox(std::string_view) override {}
-  void activate() override {}
-  bool isActive() const override { return true; }
-  InstallerInterface& installerInterface() override { return *this; }
-  SoundPlayer& sounds() override { return *this; }
-  void scriptLog(std::string_view) override {}
-  void chooseFolder(const Panel&, std::function<void(std::optional<Path>)> chosen) override { chosen({}); }
-  void showAlert(const std::string&, const std::string&, const std::string&) override {}
-  void beep() override {}
-  void play(const Path&) override {}
-};
 
 class Program : public testing::Test {
  protected:
@@ -108,7 +95,7 @@ class Program : public testing::Test {
 
   TemporaryDirectory root_;
   RecordingLog log_;
-  NoFrontend frontend_;
+  RecordingFrontend frontend_;
   std::unique_ptr<Composition> all_;
 };
 

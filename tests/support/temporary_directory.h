@@ -12,6 +12,13 @@
 
 namespace quillbox {
 
+// Where tests work that care for what is written and when, not whether a disk keeps it: in memory where that
+// can be.
+inline std::filesystem::path memoryOrTemporaryDirectory() {
+  const std::filesystem::path memory = "/dev/shm";
+  return std::filesystem::exists(memory) ? memory : std::filesystem::temp_directory_path();
+}
+
 class TemporaryDirectory {
  public:
   explicit TemporaryDirectory(const std::filesystem::path& parent = std::filesystem::temp_directory_path()) {
