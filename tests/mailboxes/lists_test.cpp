@@ -7,6 +7,7 @@
 
 #include "base/error_numbers.h"
 #include "mailboxes/manager_fixture.h"
+#include "support/memory_cloud.h"
 
 namespace quillbox {
 namespace {
@@ -244,25 +245,9 @@ TEST_F(MailboxLists, TheExcludedListAsText) {
 
 // --- favourites that are replicated
 
-class MemoryCloud final : public CloudStore {
- public:
-  bool isAvailable() const override { return true; }
-  CloudValues readAll() override { return values; }
-  Result<void> set(std::string_view key, const DefaultsValue& value) override {
-    values.insert_or_assign(std::string(key), value);
-    return {};
-  }
-  void synchronize() override {}
-  Subscription observe(std::function<void()> changed) override { return observers.add(std::move(changed)); }
-
-  CloudValues values;
-  ObserverList<> observers;
-};
-
 struct SyncingProcess {
   SyncingProcess(MemoryCloud& cloud, std::uint64_t seed) : random(seed), shared(cloud) {}
 
-  MemoryCloud& cloud() { return shared; }
   RecordingLog log;
   NotificationCenter notifications;
   MemoryUserDefaults defaults;

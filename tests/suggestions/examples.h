@@ -4,7 +4,9 @@
 #include <ostream>
 #include <string>
 #include <utility>
+#include <vector>
 
+#include "suggestions/features.h"
 #include "suggestions/training_example.h"
 
 namespace quillbox {
@@ -35,6 +37,20 @@ inline TrainingExample sent(std::string subject, std::string recipients, std::st
   example.recipients = std::move(recipients);
   example.isSent = true;
   return example;
+}
+
+inline std::vector<std::string> textsOf(const FeatureList& list) {
+  std::vector<std::string> texts;
+  for (std::size_t i = 0; i < list.size(); ++i) texts.emplace_back(list[i]);
+  return texts;
+}
+
+// What the example says of its mailbox, in a list that held something else before.
+inline std::vector<std::string> featuresOf(const TrainingExample& example) {
+  FeatureList list;
+  list.add("left over");
+  extractFeatures(example, list);
+  return textsOf(list);
 }
 
 }  // namespace quillbox

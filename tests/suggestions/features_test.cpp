@@ -16,21 +16,10 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-std::vector<std::string> featuresOf(const TrainingExample& example) {
-  FeatureList list;
-  list.add("left over");
-  extractFeatures(example, list);
-  std::vector<std::string> texts;
-  for (std::size_t i = 0; i < list.size(); ++i) texts.emplace_back(list[i]);
-  return texts;
-}
-
 std::vector<std::string> tokensOf(std::string_view subject) {
   FeatureList list;
   addSubjectTokens(subject, list);
-  std::vector<std::string> texts;
-  for (std::size_t i = 0; i < list.size(); ++i) texts.emplace_back(list[i]);
-  return texts;
+  return textsOf(list);
 }
 
 TEST(Features, SubjectsAreSplitAtEverythingButLettersMarksAndNumbers) {

@@ -28,17 +28,9 @@ struct PlainModel {
   std::set<std::string> vocabulary;
   std::map<std::string, std::string> mailboxIds;
 
-  static std::vector<std::string> features(const TrainingExample& example) {
-    FeatureList list;
-    extractFeatures(example, list);
-    std::vector<std::string> texts;
-    for (std::size_t i = 0; i < list.size(); ++i) texts.emplace_back(list[i]);
-    return texts;
-  }
-
   void train(const TrainingExample& example) {
     examples[example.mailboxPath] += 1;
-    for (const auto& feature : features(example)) {
+    for (const auto& feature : featuresOf(example)) {
       counts[example.mailboxPath][feature] += 1;
       words[example.mailboxPath] += 1;
       vocabulary.insert(feature);
@@ -57,7 +49,7 @@ struct PlainModel {
     std::map<std::string, long double> scores;
     for (const auto& message : messages) {
       std::map<std::string, long double> occurrences;
-      for (const auto& feature : features(message)) occurrences[feature] += 1;
+      for (const auto& feature : featuresOf(message)) occurrences[feature] += 1;
       for (const auto& [label, count] : examples) {
         const auto labelWords = words.find(label);
         const long double d = std::max<long double>(1, (labelWords == words.end() ? 0 : labelWords->second) +

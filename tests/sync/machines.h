@@ -13,8 +13,8 @@
 #include <vector>
 
 #include "model/mailbox.h"
-#include "platform/cloud_store.h"
 #include "support/fakes.h"
+#include "support/memory_cloud.h"
 #include "sync/favorite_mailbox_sync.h"
 
 namespace quillbox::synctest {
@@ -22,30 +22,6 @@ namespace quillbox::synctest {
 inline Mailbox box(const std::string& path, const std::string& account = "Work") {
   return Mailbox::make(path, path, account);
 }
-
-// One machine's replica of the cloud store. Deliveries are direct changes of `values`.
-class MemoryCloud final : public CloudStore {
- public:
-  bool isAvailable() const override { return true; }
-  CloudValues readAll() override {
-    if (onRead) onRead();
-    return values;
-  }
-  Result<void> set(std::string_view key, const DefaultsValue& value) override {
-    ++writes;
-    values.insert_or_assign(std::string(key), value);
-    if (onSet) onSet(std::string(key), value);
-    return {};
-  }
-  void synchronize() override {}
-  Subscription observe(std::function<void()> changed) override { return observers.add(std::move(changed)); }
-
-  CloudValues values;
-  std::size_t writes = 0;
-  std::function<void()> onRead;
-  std::function<void(const std::string& key, const DefaultsValue& value)> onSet;
-  ObserverList<> observers;
-};
 
 using Knowledge = std::set<int>;  // edits, by number
 

@@ -17,7 +17,6 @@ namespace {
 using State = FavoriteMailboxSyncState;
 using synctest::box;
 using synctest::Machine;
-using synctest::MemoryCloud;
 
 class FavoriteStore : public testing::Test {
  protected:
