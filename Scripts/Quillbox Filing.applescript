@@ -214,14 +214,23 @@ on showNeighbour(theNeighbour)
 end showNeighbour
 
 on selectMessageDown()
-	selectBeside(1)
+	try
+		sendKeyCodeToMail(125, false, false, false, false)
+	on error
+		selectBeside(1)
+	end try
 end selectMessageDown
 
 on selectMessageUp()
-	selectBeside(-1)
+	try
+		sendKeyCodeToMail(126, false, false, false, false)
+	on error
+		selectBeside(-1)
+	end try
 end selectMessageUp
 
--- Selects the message below the last selected one, or above the first.
+-- Selects the message below the last selected one, or above the first, where no keys may be pressed. It knows
+-- nothing of conversations.
 on selectBeside(direction)
 	tell application "Mail"
 		if (count of message viewers) is 0 then return
@@ -262,6 +271,6 @@ on sendKeyCodeToMail(keyCode, withCommand, withOption, withControl, withShift)
 		end tell
 	on error number errorNumber
 		-- One clause: the application shows what follows the last colon.
-		error "System Events could not press a key in Mail" number errorNumber
+		error "System Events could not press key " & keyCode & " in Mail" number errorNumber
 	end try
 end sendKeyCodeToMail

@@ -17,7 +17,8 @@ namespace {
 // The file: magic; checksum of everything behind it (8 bytes); length of the folder's path (4) and the path;
 // then for each message the hash of its id (8), the length of its entry (4) and the entry. Numbers are little
 // endian.
-constexpr std::string_view kMagic = "QBHEAD01";
+constexpr std::string_view kMagic = "QBHEAD02";
+constexpr std::string_view kFormerMagic = "QBHEAD01";  // did not know what messages answer
 constexpr std::uint64_t kLargest = 1ULL << 30;
 
 std::uint64_t hashOf(std::string_view bytes) {
@@ -43,8 +44,8 @@ std::uint64_t checksumOf(std::string_view bytes) {
 }
 
 template <class Number>
-void put(std::string& out, Number value) {
-  for (std::size_t i = 0; i < sizeof(Number); ++i) {
+void put(std::string& out, Number value, std::size_t bytes = sizeof(Number)) {
+  for (std::size_t i = 0; i < bytes; ++i) {
     out += static_cast<char>(static_cast<std::uint64_t>(value) >> (8 * i) & 0xff);
   }
 }
@@ -59,8 +60,8 @@ class Input {
   explicit Input(std::string_view bytes) : bytes_(bytes) {}
 
   template <class Number>
-  Number number() {
-    const auto part = take(sizeof(Number));
+  Number number(std::size_t bytes = sizeof(Number)) {
+    const auto part = take(bytes);
     std::uint64_t value = 0;
     for (std::size_t i = 0; i < part.size(); ++i) {
       value |= static_cast<std::uint64_t>(static_cast<unsigned char>(part[i])) << (8 * i);
@@ -87,6 +88,8 @@ class Input {
   bool good_ = true;
 };
 
+constexpr std::size_t kIdBytes = 6;  // of hashMessageId()
+
 std::string encode(const CachedHeaders& headers) {
   std::string out;
   put(out, headers.received);
@@ -96,6 +99,10 @@ std::string encode(const CachedHeaders& headers) {
   putText(out, headers.summary.messageId);
   putText(out, headers.summary.sender);
   putText(out, headers.summary.subject);
+  // As many as there are.
+  for (const auto id : headers.summary.references) {
+    if (id != 0) put(out, id, kIdBytes);
+  }
   return out;
 }
 
@@ -110,6 +117,9 @@ std::optional<CachedHeaders> decode(std::string_view bytes) {
   headers.summary.messageId = std::string(in.text());
   headers.summary.sender = std::string(in.text());
   headers.summary.subject = std::string(in.text());
+  for (auto& id : headers.summary.references) {
+    if (!in.atEnd()) id = in.number<std::uint64_t>(kIdBytes);
+  }
   if (!in.good()) return std::nullopt;
   return headers;
 }
@@ -155,7 +165,8 @@ void HeaderCache::load(FolderHeaders& headers) {
   headers.loaded = true;
   const auto file = fileOf(headers.folder);
   const auto bytes = environment_.files.read(file, kLargest);
-  if (!bytes || take(headers, *bytes)) return;
+  // One of the version before is replaced by the next save.
+  if (!bytes || bytes->starts_with(kFormerMagic) || take(headers, *bytes)) return;
   if (const auto aside = keepDamagedFileAside(environment_.files, file)) {
     environment_.log.error(fmt::format(
         "A cache of headers could not be read and was kept as {}; it is made anew", aside->string()));

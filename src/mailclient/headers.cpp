@@ -166,6 +166,8 @@ HeaderSummary summarize(std::string_view block) {
   bool from = false;
   bool subject = false;
   bool date = false;
+  std::optional<std::string> references;
+  std::optional<std::string> inReplyTo;
   forEachField(block, [&](std::string_view name, std::string_view raw) {
     if (!id && sameName(name, "message-id")) {
       summary.messageId = messageIdOf(raw);
@@ -179,9 +181,14 @@ HeaderSummary summarize(std::string_view block) {
     } else if (!date && sameName(name, "date")) {
       summary.sent = dateOf(raw);
       date = true;
+    } else if (!references && sameName(name, "references")) {
+      references = sourceText(unfold(raw));
+    } else if (!inReplyTo && sameName(name, "in-reply-to")) {
+      inReplyTo = sourceText(unfold(raw));
     }
-    return !(id && from && subject && date);
+    return !(id && from && subject && date && references && inReplyTo);
   });
+  summary.references = referencedIds(references.value_or(""), inReplyTo.value_or(""));
   return summary;
 }
 

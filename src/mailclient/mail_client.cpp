@@ -146,6 +146,27 @@ Result<MessageRow> MailClient::row(const MailAccount& account, const Folder& fol
   return row;
 }
 
+std::optional<MessageRow> MailClient::listedRow(const MailAccount& account, const Folder& folder,
+                                                const MessageFile& file) {
+  auto one = row(account, folder, file);
+  if (!one && one.error().number == ENOENT) {
+    // Renamed since the listing, or gone.
+    const auto again = store_.locate({{account.id, folder.path}, stableId(file.name)}, Lookup::rescanned);
+    if (!again) return std::nullopt;
+    one = row(account, folder, again->file);
+  }
+  if (one) return std::move(*one);
+  if (one.error().number == ENOENT) return std::nullopt;
+  environment_.log.error(fmt::format("A message can’t be read: {}", one.error().message));
+  MessageRow unreadable;
+  unreadable.id = readableBytes(stableId(file.name));
+  unreadable.date = isoTime(deliveryTime(file.name));
+  unreadable.color = std::string(labelTerm(LabelColor::none));
+  unreadable.account = account.name;
+  unreadable.mailbox = folder.path;
+  return unreadable;
+}
+
 Result<std::vector<MessageRow>> MailClient::messages(std::string_view account, std::string_view path,
                                                      std::size_t limit) {
   const std::lock_guard lock(mutex_);
@@ -160,25 +181,7 @@ Result<std::vector<MessageRow>> MailClient::messages(std::string_view account, s
   rows.reserve(count);
   for (const auto& file : (*index)->files()) {
     if (rows.size() == count) break;
-    auto one = row(owner, folder, file);
-    if (!one && one.error().number == ENOENT) {
-      // Renamed since the listing, or gone.
-      const auto again = store_.locate({{owner.id, folder.path}, stableId(file.name)}, Lookup::rescanned);
-      if (!again) continue;
-      one = row(owner, folder, again->file);
-    }
-    if (one) {
-      rows.push_back(std::move(*one));
-    } else if (one.error().number != ENOENT) {
-      environment_.log.error(fmt::format("A message can’t be read: {}", one.error().message));
-      MessageRow unreadable;
-      unreadable.id = readableBytes(stableId(file.name));
-      unreadable.date = isoTime(deliveryTime(file.name));
-      unreadable.color = std::string(labelTerm(LabelColor::none));
-      unreadable.account = owner.name;
-      unreadable.mailbox = folder.path;
-      rows.push_back(std::move(unreadable));
-    }
+    if (auto one = listedRow(owner, folder, file)) rows.push_back(std::move(*one));
   }
   headers_.save(folder.directory, **index);
   return rows;
@@ -392,6 +395,51 @@ Result<std::vector<MessageRow>> MailClient::selection() {
     if (one) rows.push_back(std::move(*one));
   }
   return rows;
+}
+
+// ---- the viewer in front ----
+
+Result<std::vector<ViewerRow>> MailClient::rows(std::size_t limit) {
+  const std::lock_guard lock(mutex_);
+  if (auto followed = follow(); !followed) environment_.log.error(followed.error().message);
+  const auto state = views_.read();
+  if (!state) return forward(state);
+  std::vector<ViewerRow> rows;
+  const auto* viewer = state->front();
+  if (viewer == nullptr) return rows;
+  const auto list = MessageList::read(store_, headers_, *viewer);
+  if (!list) return forward(list);
+  for (const auto& row : list->rows(*viewer)) {
+    if (rows.size() == limit) break;
+    const auto account = store_.account(list->mailbox(row.message).account);
+    if (!account) continue;
+    auto message = listedRow(*account, list->folder(row.message), list->file(row.message));
+    if (message) rows.push_back({std::move(*message), row.kind, row.messages, row.isSelected});
+  }
+  return rows;
+}
+
+Result<void> MailClient::navigate(Navigation way) {
+  const std::lock_guard lock(mutex_);
+  if (auto followed = follow(); !followed) environment_.log.error(followed.error().message);
+  return navigate(way, {});
+}
+
+Result<void> MailClient::navigate(Navigation way, const Transaction::Moves& moves) {
+  const auto state = views_.read();
+  if (!state) return forward(state);
+  if (state->front() == nullptr) return {};
+  // The headers that are not known yet are read before others are kept waiting.
+  auto list = MessageList::read(store_, headers_, *state->front());
+  return views_.change([&](ViewState& views) -> Result<void> {
+    views.follow(moves);
+    auto* viewer = views.front();
+    if (viewer == nullptr) return {};
+    if (list && !list->isOf(*viewer)) list = MessageList::read(store_, headers_, *viewer);
+    if (!list) return forward(list);
+    list->navigate(*viewer, way);
+    return {};
+  });
 }
 
 // ---- filing ----

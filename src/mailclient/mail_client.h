@@ -23,6 +23,7 @@
 #include "mailclient/environment.h"
 #include "mailclient/header_cache.h"
 #include "mailclient/mail_store.h"
+#include "mailclient/message_list.h"
 #include "mailclient/mime.h"
 #include "mailclient/recovery.h"
 #include "mailclient/transaction.h"
@@ -43,6 +44,14 @@ struct MessageRow {
   // Where it is, for lists over several mailboxes.
   std::string account;  // the account's name
   std::string mailbox;  // the path
+};
+
+// A row of a viewer. Where it stands for a collapsed conversation, `message` is the one that is shown.
+struct ViewerRow {
+  MessageRow message;
+  RowKind kind = RowKind::message;
+  std::size_t messages = 1;  // how many it stands for
+  bool isSelected = false;
 };
 
 struct AddAccount {
@@ -97,6 +106,12 @@ class MailClient {
   Result<void> followMessages();
   Result<std::vector<MessageRow>> selection();
 
+  // ---- the viewer in front ----
+  // What it shows, top to bottom; at most `limit` rows. None when no viewer is open.
+  Result<std::vector<ViewerRow>> rows(std::size_t limit = SIZE_MAX);
+  // As MessageList::navigate(). Nothing happens when no viewer is open.
+  Result<void> navigate(Navigation way);
+
   // ---- filing ----
   // Takes the last filing back. Fails with nothingMatches when there is none.
   Result<UndoReport> undo();
@@ -108,6 +123,12 @@ class MailClient {
 
   Result<std::pair<MailAccount, Folder>> mailboxNamed(std::string_view account, std::string_view path);
   Result<MessageRow> row(const MailAccount& account, const Folder& folder, const MessageFile& file);
+  // The same in a list that was made a moment ago: of a message that was renamed since, or that cannot be
+  // read. Nothing when it is gone.
+  std::optional<MessageRow> listedRow(const MailAccount& account, const Folder& folder,
+                                      const MessageFile& file);
+  // navigate(), under the lock, once the selection has followed `moves`.
+  Result<void> navigate(Navigation way, const Transaction::Moves& moves);
   Result<std::size_t> selectKeys(std::vector<MessageKey> keys);
   // The keys of the front viewer's selection, as far as their messages are still there.
   Result<std::vector<MessageKey>> selectedKeys();

@@ -50,6 +50,10 @@ Result<void> MailSession::finish() {
   return model_->finish();
 }
 
+Outcome<void> MailSession::navigate(Navigation way) {
+  return model_->navigate(way);
+}
+
 const std::string& MailSession::name() const {
   static const std::string name = "Mail";
   return name;

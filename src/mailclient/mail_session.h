@@ -32,6 +32,9 @@ class MailSession final : public applescript::Application {
   // can serve another run. Called between events only.
   Result<void> finish();
 
+  // A key press in the viewer in front. Between beginEvent() and endEvent() only.
+  applescript::Outcome<void> navigate(Navigation way);
+
   const std::string& name() const override;
   std::string identifier() const override;
   const applescript::Terminology& terminology() const override { return *terminology_; }

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "base/result.h"
+#include "mailclient/message_ids.h"
 #include "platform/file_system.h"
 
 namespace quillbox::mailclient {
@@ -24,12 +25,13 @@ struct Address {
   bool operator==(const Address&) const = default;
 };
 
-// What a list of messages shows.
+// What a list of messages shows, and what puts them into conversations.
 struct HeaderSummary {
   std::string messageId;  // without angle brackets; empty when the message has none
   std::string sender;     // the From header, decoded: "Ada Lovelace <ada@example.org>"
   std::string subject;
   std::optional<std::int64_t> sent;  // the Date header in seconds since 1970 UTC
+  ReferencedIds references{};        // what it answers
   bool operator==(const HeaderSummary&) const = default;
 };
 

@@ -10,7 +10,7 @@
 #include <fmt/format.h>
 
 #include "base/error_numbers.h"
-#include "base/text.h"
+#include "mailclient/purposes.h"
 
 namespace quillbox::mailclient {
 namespace {
@@ -25,17 +25,11 @@ std::unexpected<as::Failure> asFailure(const Result<T>& result) {
   return scriptFailure(result.error());
 }
 
-struct Purpose {
-  Code code;
-  std::array<std::string_view, 4> names;  // folded
-};
-constexpr std::array<Purpose, 5> kPurposes = {{
-    {code("inmb"), {"inbox", "", "", ""}},
-    {code("drmb"), {"drafts", "draft", "[gmail]/drafts", ""}},
-    {code("stmb"), {"sent", "sent messages", "sent items", "[gmail]/sent mail"}},
-    {code("trmb"), {"trash", "deleted messages", "deleted items", "[gmail]/trash"}},
-    {code("jkmb"), {"junk", "spam", "junk e-mail", "[gmail]/spam"}},
-}};
+constexpr std::array<std::pair<Code, Purpose>, 5> kPurposes = {{{code("inmb"), Purpose::inbox},
+                                                                {code("drmb"), Purpose::drafts},
+                                                                {code("stmb"), Purpose::sent},
+                                                                {code("trmb"), Purpose::trash},
+                                                                {code("jkmb"), Purpose::junk}}};
 
 bool isMissingObject(std::int64_t number) {
   return number == error_number::messageNotFound || number == error_number::mailboxNotFound ||
@@ -238,23 +232,11 @@ Outcome<std::optional<MailboxKey>> MailModel::findMailbox(const MailboxKey& key)
 }
 
 Outcome<std::vector<MailboxKey>> MailModel::mailboxesFor(Code purpose) {
-  std::vector<MailboxKey> found;
-  const auto wanted = std::ranges::find(kPurposes, purpose, &Purpose::code);
-  if (wanted == kPurposes.end()) return found;  // nothing waits in an outbox here
-  auto all = accounts();
-  if (!all) return std::unexpected(all.error());
-  if (const auto local = store().accounts().localStore()) all->push_back(*local);
-  for (const auto& account : *all) {
-    if (!account.enabled) continue;
-    const auto keys = mailboxes(account.id);
-    if (!keys) continue;
-    for (const auto& key : *keys) {
-      const auto folded = text::foldCase(key.path);
-      if (std::ranges::find(wanted->names, std::string_view(folded)) != wanted->names.end())
-        found.push_back(key);
-    }
-  }
-  return found;
+  const auto wanted = std::ranges::find(kPurposes, purpose, &std::pair<Code, Purpose>::first);
+  if (wanted == kPurposes.end()) return std::vector<MailboxKey>();  // nothing waits in an outbox here
+  const auto found = mailboxesServing(store(), wanted->second);
+  if (!found) return asFailure(found);
+  return *found;
 }
 
 // ---- viewers ----
@@ -271,6 +253,12 @@ Outcome<void> MailModel::changeViews(const std::function<Result<void>(ViewState&
     if (transaction_) state.follow(transaction_->moves());
     return change(state);
   });
+  if (!done) return changeFailure(done.error());
+  return {};
+}
+
+Outcome<void> MailModel::navigate(Navigation way) {
+  const auto done = client_.navigate(way, transaction_ ? transaction_->moves() : Transaction::Moves());
   if (!done) return changeFailure(done.error());
   return {};
 }

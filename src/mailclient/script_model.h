@@ -78,6 +78,7 @@ class MailModel {
   // As they are with the moves of this session.
   Outcome<ViewState> views();
   Outcome<void> changeViews(const std::function<Result<void>(ViewState&)>& change);
+  Outcome<void> navigate(Navigation way);
   // Where the messages of the keys are now, without those that are gone.
   std::vector<MessageKey> present(const std::vector<MessageKey>& keys);
 

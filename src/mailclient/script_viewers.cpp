@@ -86,6 +86,8 @@ class ViewerObject final : public Shown {
         return Value::live(windowObject(model_, viewer->windowId));
       case code("mvsr"):
         return Value::boolean(viewer->sortedAscending);
+      case code("mvoc"):
+        return Value::boolean(viewer->byConversation);
       case code("mlsh"):
         return Value::boolean(viewer->mailboxListVisible);
       case code("mvpv"):
@@ -117,6 +119,8 @@ class ViewerObject final : public Shown {
         return setSwitch(value, &Viewer::visible);
       case code("mvsr"):
         return setSwitch(value, &Viewer::sortedAscending);
+      case code("mvoc"):
+        return setSwitch(value, &Viewer::byConversation);
       case code("mlsh"):
         return setSwitch(value, &Viewer::mailboxListVisible);
       case code("mvpv"):

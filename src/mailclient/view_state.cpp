@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <map>
 
 #include <fmt/format.h>
@@ -26,6 +27,26 @@ Json encodeMessage(const MessageKey& key) {
   return json;
 }
 
+Json encodeConversation(const std::vector<std::uint64_t>& ids) {
+  Json json = Json::array();
+  for (const auto id : ids) json.push_back(fmt::format("{:012x}", id));
+  return json;
+}
+
+Result<std::vector<std::uint64_t>> decodeConversation(const Json& json) {
+  std::vector<std::uint64_t> ids;
+  for (const auto& item : json) {
+    const auto digits = item.get<std::string>();
+    std::uint64_t id = 0;
+    const auto [end, failed] = std::from_chars(digits.data(), digits.data() + digits.size(), id, 16);
+    if (failed != std::errc() || end != digits.data() + digits.size()) {
+      return fail(error_number::damagedFile, "state.json: an expanded conversation has no hexadecimal id");
+    }
+    ids.push_back(id);
+  }
+  return ids;
+}
+
 MailboxKey decodeMailbox(const Json& json) {
   return {json.at("account").get<std::string>(), bytesOfReadable(json.at("path").get<std::string>())};
 }
@@ -45,10 +66,13 @@ Json encodeViewer(const Viewer& viewer) {
   for (const auto& key : viewer.mailboxes) json["mailboxes"].push_back(encodeMailbox(key));
   json["selected"] = Json::array();
   for (const auto& key : viewer.selected) json["selected"].push_back(encodeMessage(key));
+  json["byConversation"] = viewer.byConversation;
+  json["expanded"] = Json::array();
+  for (const auto& ids : viewer.expanded) json["expanded"].push_back(encodeConversation(ids));
   return json;
 }
 
-Viewer decodeViewer(const Json& json) {
+Result<Viewer> decodeViewer(const Json& json) {
   Viewer viewer;
   viewer.id = json.at("id").get<int>();
   viewer.windowId = json.at("windowId").get<int>();
@@ -64,6 +88,17 @@ Viewer decodeViewer(const Json& json) {
   for (const auto& key : json.at("selected")) {
     viewer.selected.push_back({decodeMailbox(key), bytesOfReadable(key.at("id").get<std::string>())});
   }
+  // Not in files of before there were conversations.
+  if (const auto field = json.find("byConversation"); field != json.end()) {
+    viewer.byConversation = field->get<bool>();
+  }
+  if (const auto field = json.find("expanded"); field != json.end()) {
+    for (const auto& conversation : field->get_ref<const Json::array_t&>()) {
+      auto ids = decodeConversation(conversation);
+      if (!ids) return forward(ids);
+      viewer.expanded.push_back(std::move(*ids));
+    }
+  }
   return viewer;
 }
 
@@ -76,7 +111,11 @@ Result<ViewState> decodeState(const std::string& text) {
     }
     ViewState state;
     state.nextId = json->at("nextId").get<int>();
-    for (const auto& viewer : json->at("viewers")) state.viewers.push_back(decodeViewer(viewer));
+    for (const auto& item : json->at("viewers")) {
+      auto viewer = decodeViewer(item);
+      if (!viewer) return forward(viewer);
+      state.viewers.push_back(std::move(*viewer));
+    }
     return state;
   } catch (const Json::exception&) {
     return fail(error_number::damagedFile, "state.json: a field is missing or of the wrong type");

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
@@ -24,6 +25,10 @@ struct Viewer {
   bool zoomed = false;
   std::vector<MailboxKey> mailboxes;  // those shown; none means the inboxes of the enabled accounts
   std::vector<MessageKey> selected;
+  bool byConversation = true;
+  // The conversations that are expanded, each by ids that its messages mention (hashMessageId() of
+  // message_ids.h): so they stay expanded wherever the messages go.
+  std::vector<std::vector<std::uint64_t>> expanded;
   std::string sortColumn = "ecdr";  // the code of a viewer column: date received
   bool sortedAscending = false;
   bool mailboxListVisible = true;

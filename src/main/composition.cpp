@@ -1,5 +1,6 @@
 #include "main/composition.h"
 
+#include <optional>
 #include <utility>
 
 #include <fmt/format.h>
@@ -8,6 +9,7 @@
 #include "base/text.h"
 #include "host/linux/environment.h"
 #include "mailclient/mail_session.h"
+#include "mailclient/system_events.h"
 
 namespace quillbox {
 namespace {
@@ -22,30 +24,40 @@ bool namesApplication(std::string_view asked, std::string_view name, std::string
   return folded == text::foldCase(name) || folded == text::foldCase(identifier);
 }
 
-// What one script can tell: the mail client, with a filing of its own for every run, and what all runs share.
+// What one script can tell: the mail client and its keys, with a filing of its own for every run, and the
+// application, which all runs share.
 class ProfileApplications final : public ScriptApplications {
  public:
-  ProfileApplications(mailclient::MailClient& mail, std::shared_ptr<const applescript::Terminology> mailTerms,
-                      std::vector<applescript::Application*> others)
-      : mail_(mail), mailTerms_(std::move(mailTerms)), others_(std::move(others)) {}
+  struct Terms {
+    std::shared_ptr<const applescript::Terminology> mail;
+    std::shared_ptr<const applescript::Terminology> systemEvents;
+  };
+
+  ProfileApplications(mailclient::MailClient& mail, Terms terms, applescript::Application& quillbox)
+      : mail_(mail), terms_(std::move(terms)), quillbox_(quillbox) {}
 
   applescript::Application* find(std::string_view nameOrIdentifier) override {
-    if (namesApplication(nameOrIdentifier, "Mail", mailBundleIdentifier)) {
-      if (!session_) session_ = std::make_unique<mailclient::MailSession>(mail_, mailTerms_);
-      return session_.get();
+    if (namesApplication(nameOrIdentifier, "Mail", mailBundleIdentifier)) return &session();
+    if (namesApplication(nameOrIdentifier, "System Events", mailclient::systemEventsIdentifier)) {
+      if (!systemEvents_) systemEvents_.emplace(session(), terms_.systemEvents);
+      return &*systemEvents_;
     }
-    for (auto* other : others_) {
-      if (namesApplication(nameOrIdentifier, other->name(), other->identifier())) return other;
-    }
-    return nullptr;
+    return namesApplication(nameOrIdentifier, quillbox_.name(), quillbox_.identifier()) ? &quillbox_
+                                                                                        : nullptr;
   }
   Result<void> finish() override { return session_ ? session_->finish() : Result<void>(); }
 
  private:
+  mailclient::MailSession& session() {
+    if (!session_) session_.emplace(mail_, terms_.mail);
+    return *session_;
+  }
+
   mailclient::MailClient& mail_;
-  std::shared_ptr<const applescript::Terminology> mailTerms_;
-  std::vector<applescript::Application*> others_;
-  std::unique_ptr<mailclient::MailSession> session_;
+  const Terms terms_;
+  applescript::Application& quillbox_;
+  std::optional<mailclient::MailSession> session_;
+  std::optional<mailclient::SystemEvents> systemEvents_;
 };
 
 Result<std::string> readResource(FileSystem& files, const ResourceBundle& bundle, std::string_view name,
@@ -143,11 +155,9 @@ Composition::Composition(const Outside& outside, Profile profileFolders, Resourc
       settings(defaults, log),
       mail(mailclient::Environment{files, clock, random, log, profile.mail}),
       workspace([] { return true; }, [this] { return frontend.isActive(); }),
-      systemEvents("System Events", "com.apple.systemevents", std::move(resources.systemEventsTerms)),
       engine({files, clock, random,
-              [this, terms = resources.mailTerms] {
-                return std::make_unique<ProfileApplications>(
-                    mail, terms, std::vector<applescript::Application*>{application.get(), &systemEvents});
+              [this, terms = ProfileApplications::Terms{resources.mailTerms, resources.systemEventsTerms}] {
+                return std::make_unique<ProfileApplications>(mail, terms, *application);
               },
               [this](std::string_view line) { frontend.scriptLog(line); },
               applescript::Limits{.time = kLongestScript}}),

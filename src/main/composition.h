@@ -13,7 +13,6 @@
 #include "automation/mailbox_retrieval.h"
 #include "filing/filing_pipeline.h"
 #include "filing/gmail_filing_mode_manager.h"
-#include "host/linux/absent_application.h"
 #include "host/linux/catalog_localizer.h"
 #include "host/linux/clock.h"
 #include "host/linux/dispatch.h"
@@ -84,7 +83,6 @@ class Composition {
   mailclient::MailClient mail;
   ProfileWorkspace workspace;
   ScriptStatus status;
-  AbsentApplication systemEvents;
   InterpreterEngine engine;
   InstalledScripts installedScripts;
   AppleScriptHelper helper;

@@ -1,5 +1,6 @@
 // The handlers of the filing script, run by the real interpreter over a real Maildir.
 #include <algorithm>
+#include <fstream>
 #include <optional>
 #include <string>
 #include <vector>
@@ -90,7 +91,7 @@ TEST_F(FilingScript, SelectsTheMessageAboveAndBelow) {
   } rows[] = {
       {{2}, "selectMessageDown", {3}},  {{2}, "selectMessageUp", {1}},   {{1, 2}, "selectMessageDown", {3}},
       {{1, 2}, "selectMessageUp", {0}}, {{4}, "selectMessageDown", {4}}, {{0}, "selectMessageUp", {0}},
-      {{}, "selectMessageDown", {0}},   {{}, "selectMessageUp", {0}},
+      {{}, "selectMessageDown", {0}},   {{}, "selectMessageUp", {4}},
   };
   for (const auto& row : rows) {
     if (row.before.empty()) {
@@ -110,12 +111,34 @@ TEST_F(FilingScript, TellsItsVersionAndTheWindow) {
   const auto bounds = call("getFrontmostMailWindowBounds");
   ASSERT_TRUE(bounds.has_value()) << bounds.error().description();
   EXPECT_LT(bounds->item(1)->int32Value(), bounds->item(3)->int32Value());
-  // No keys can be pressed here, and that is what it says.
+}
+
+TEST_F(FilingScript, PressesKeysInMail) {
+  // The newest message answers the oldest: both are the first row.
+  std::ofstream(store_.folder("Work") / "new" / "1700000099.answer.host")
+      << "In-Reply-To: <1.Work@example.org>\nSubject: answer\nMessage-ID: <answer@example.org>\n\nBody\n";
+  const auto inbox = all_->mail.messages("Work", "INBOX");
+  shown_.clear();
+  for (const auto& message : *inbox) shown_.push_back(message.id);
   const auto off = Descriptor::boolean(false);
-  const auto pressed = call("sendKeyCodeToMail", {Descriptor::int32(124), off, off, off, off});
-  ASSERT_FALSE(pressed.has_value());
-  EXPECT_EQ(pressed.error().number, -600);
-  EXPECT_NE(pressed.error().message.find("System Events"), std::string::npos) << pressed.error().message;
+  const auto press = [&](int key, const Descriptor& command) {
+    return call("sendKeyCodeToMail", {Descriptor::int32(key), command, off, off, off});
+  };
+  select({1});
+  ASSERT_TRUE(call("selectMessageUp").has_value());
+  EXPECT_EQ(selected(), (Places{0, 5})) << "a collapsed conversation is selected whole";
+  ASSERT_TRUE(press(124, off).has_value());
+  EXPECT_EQ(selected(), Places{0});
+  ASSERT_TRUE(call("selectMessageDown").has_value());
+  EXPECT_EQ(selected(), Places{5});
+  ASSERT_TRUE(press(123, off).has_value());
+  EXPECT_EQ(selected(), (Places{5, 0}));
+  // Any other key says so and does nothing.
+  const auto refused = press(123, Descriptor::boolean(true));
+  ASSERT_FALSE(refused.has_value());
+  EXPECT_EQ(refused.error().number, -10000);
+  EXPECT_NE(refused.error().message.find("key 123"), std::string::npos) << refused.error().message;
+  EXPECT_EQ(selected(), (Places{5, 0}));
 }
 
 // What is selected is shown, so that there are neighbours.

@@ -11,6 +11,7 @@
 
 #include "applescript/interpreter.h"
 #include "automation/script_texts.h"
+#include "mailclient/system_events.h"
 #include "tests_support.h"
 
 namespace quillbox::mailclient {
@@ -19,16 +20,19 @@ namespace {
 namespace as = applescript;
 namespace texts = script_texts;
 
+std::shared_ptr<const as::Terminology> terms(const std::string& definition) {
+  std::ifstream file(std::string(QUILLBOX_SOURCE_DIR) + "/Resources/" + definition);
+  const std::string xml((std::istreambuf_iterator<char>(file)), {});
+  auto parsed = as::Terminology::parse(xml);
+  if (!parsed) fatal(parsed.error().message);
+  return *parsed;
+}
+
 // Knows the words of another application and does nothing about them.
 class Silent final : public as::Application {
  public:
-  Silent(std::string name, const std::string& definition) : name_(std::move(name)) {
-    std::ifstream file(std::string(QUILLBOX_SOURCE_DIR) + "/Resources/" + definition);
-    const std::string xml((std::istreambuf_iterator<char>(file)), {});
-    auto parsed = as::Terminology::parse(xml);
-    if (!parsed) fatal(parsed.error().message);
-    terms_ = *parsed;
-  }
+  Silent(std::string name, const std::string& definition)
+      : name_(std::move(name)), terms_(terms(definition)) {}
   const std::string& name() const override { return name_; }
   const as::Terminology& terminology() const override { return *terms_; }
   as::Outcome<void> beginEvent(std::chrono::nanoseconds) override { return {}; }
@@ -72,7 +76,7 @@ class Host final : public as::Host {
   TestMail& mail_;
   MailSession session_;
   Silent quillbox_{"Quillbox 4", "Quillbox.sdef"};
-  Silent systemEvents_{"System Events", "System Events.sdef"};
+  SystemEvents systemEvents_{session_, terms("System Events.sdef")};
 };
 
 class ScriptTest : public testing::Test, public TestMail {
@@ -382,6 +386,67 @@ TEST_F(ScriptTest, MarksAreSeenAtOnceAndMessagesStayTheSameWhereverTheyGo) {
   EXPECT_EQ(run("tell application \"Mail\" to subject of " +
                 reference.substr(0, reference.find(" of application"))),
             "\"Subject 3\"");
+}
+
+// Rows of the inbox: messages 4 and 2 as one conversation, 3, 1.
+TEST_F(ScriptTest, KeysReachTheViewerInFront) {
+  disk.put(name(4),
+           "In-Reply-To: <m2@example.org>\nSubject: Subject 4\nMessage-ID: <m4@example.org>\n\nBody.\n");
+  mail("set selected mailboxes of message viewer 1 to mailbox \"INBOX\" of account 1");
+  const std::string keys = "\ntell application \"System Events\" to ";
+  const auto press = [&](const std::string& first, const std::string& pressed) {
+    return run("tell application \"Mail\"\nset theInbox to mailbox \"INBOX\" of account 1\n" + first +
+               "\nend tell" + pressed + "\ntell application \"Mail\" to get subject of selection");
+  };
+  const auto select = [](int message) {
+    return "set selected messages of message viewer 1 to {message " + std::to_string(message) +
+           " of theInbox}";
+  };
+  const struct {
+    std::string before;
+    std::string pressed;
+    const char* selected;
+  } rows[] = {
+      {select(2), keys + "tell process \"Mail\" to key code 126", "{\"Subject 4\", \"Subject 2\"}"},
+      {select(2), keys + "key code 125", "{\"Subject 1\"}"},
+      {select(3), keys + "tell application process \"mail\" to key code 124 using {}", "{\"Subject 2\"}"},
+      {select(3), keys + "key code 125", "{\"Subject 3\"}"},
+      {select(3), keys + "key code 123" + keys + "key code 126", "{\"Subject 2\", \"Subject 4\"}"},
+      // What this run has moved out of the list is below no row.
+      {select(4) + "\nset mailbox of message 4 of theInbox to mailbox \"Receipts\"", keys + "key code 125",
+       "{\"Subject 4\", \"Subject 2\"}"},
+      {"set organized by conversation of message viewer 1 to false\n" + select(1), keys + "key code 125",
+       "{\"Subject 3\"}"},
+  };
+  for (const auto& row : rows)
+    EXPECT_EQ(press(row.before, row.pressed), row.selected) << row.before << row.pressed;
+
+  const auto state = disk.bytes("/profile/mail/state.json");
+  const std::string prefix = "System Events got an error: ";
+  const std::pair<std::string, std::string> refused[] = {
+      {"key code 36", "error -10000: " + prefix + "Mail does nothing for the key with code 36"},
+      {"key code -1", "error -10000: " + prefix + "Mail does nothing for the key with code -1"},
+      {"key code 125 using {command down, shift down}",
+       "error -10000: " + prefix +
+           "Mail does nothing for the key with code 125 and command down, shift down"},
+      {"key code 125 using option down",
+       "error -10000: " + prefix + "Mail does nothing for the key with code 125 and option down"},
+      {"key code 125 using {1}", "error -1703"},
+      {"key code \"down\"", "error -1703"},
+      {"tell process \"Mail\" to key code", "error -1703"},
+      {"tell process \"Finder\" to key code 125", "error -1728"},
+      {"keystroke \"a\"", "error -600"},
+      {"tell process \"Mail\" to perform action \"AXRaise\" of window 1", "error -600"},
+      {"tell process \"Mail\" to set frontmost to true", "error -600"},
+      {"get name of every process", "error -600"},
+      {"count processes", "error -600"},
+      {"activate", "error -600"},
+  };
+  for (const auto& [script, error] : refused) {
+    EXPECT_EQ(run("tell application \"System Events\" to " + script).substr(0, error.size()), error)
+        << script;
+  }
+  EXPECT_EQ(disk.bytes("/profile/mail/state.json"), state);
 }
 
 }  // namespace

@@ -1,0 +1,1 @@
+quillbox_bench(conversations_bench conversations_bench.cpp USES mailclient host/linux platform base LIBRARIES quillbox_test_support)
