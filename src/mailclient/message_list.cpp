@@ -13,7 +13,6 @@
 namespace quillbox::mailclient {
 namespace {
 
-constexpr std::string_view kDateReceived = "ecdr";
 // How many ids stand for an expanded conversation, and how many conversations that are not shown now are
 // remembered as expanded.
 constexpr std::size_t kIdsKept = 16;
@@ -112,14 +111,16 @@ void MessageList::sort(MailStore& store, HeaderCache& headers) {
   }
   std::vector<std::uint32_t> order(messages_.size());
   std::iota(order.begin(), order.end(), 0U);
-  std::ranges::stable_sort(order, [&](std::uint32_t a, std::uint32_t b) {
+  std::ranges::sort(order, [&](std::uint32_t a, std::uint32_t b) {
     if (byKey) {
       if (const auto compared = keys[a] <=> keys[b]; compared != 0) {
         return viewer_.sortedAscending ? compared < 0 : compared > 0;
       }
-      return received[a] > received[b];
     }
-    return viewer_.sortedAscending ? received[a] < received[b] : received[a] > received[b];
+    if (received[a] != received[b]) {
+      return !byKey && viewer_.sortedAscending ? received[a] < received[b] : received[a] > received[b];
+    }
+    return a < b;  // as the mailboxes list them
   });
   std::vector<Message> sorted;
   sorted.reserve(messages_.size());
@@ -142,12 +143,14 @@ void MessageList::group(HeaderCache& headers) {
   const auto numbers = groupConversations(messages_.size(), mentions_);
   for (std::size_t i = 0; i < messages_.size(); ++i) messages_[i].conversation = numbers[i];
   for (auto& mention : mentions_) mention.message = numbers[mention.message];
-  std::ranges::stable_sort(messages_, {}, &Message::conversation);
-  for (std::size_t i = 1; i <= messages_.size(); ++i) {
-    if (i == messages_.size() || messages_[i].conversation != messages_[i - 1].conversation) {
-      starts_.push_back(i);
-    }
-  }
+  // Each conversation's messages one behind the other, in their order.
+  starts_.assign(messages_.empty() ? 1 : *std::ranges::max_element(numbers) + 2, 0);
+  for (const auto number : numbers) ++starts_[number + 1];
+  std::partial_sum(starts_.begin(), starts_.end(), starts_.begin());
+  auto next = starts_;
+  std::vector<Message> grouped(messages_.size());
+  for (const auto& message : messages_) grouped[next[message.conversation]++] = message;
+  messages_ = std::move(grouped);
 }
 
 MessageKey MessageList::key(std::size_t message) const {
