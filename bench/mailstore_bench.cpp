@@ -14,8 +14,10 @@
 #include <string>
 
 #include <benchmark/benchmark.h>
+#include <fcntl.h>
 #include <fmt/format.h>
 #include <malloc.h>
+#include <stdio.h>
 
 #include "host/linux/file_system.h"
 #include "mailclient/mail_client.h"
@@ -65,8 +67,9 @@ class Store {
 void bareRenames(benchmark::State& state) {
   Store store;
   store.fill(kFiled);
-  Path from = store.mail() / "cur";
-  Path to = store.mail() / ".Done" / "cur";
+  std::string from = (store.mail() / "cur/").native();
+  std::string to = (store.mail() / ".Done/cur/").native();
+  bool forth = true;
   for (auto _ : state) {
     std::vector<std::string> names;
     (void)store.files.list(from, [&](std::string_view name, FileKind) {
@@ -81,13 +84,20 @@ void bareRenames(benchmark::State& state) {
     };
     writeSmall();
     (void)store.files.syncDirectory(store.root);
-    for (const auto& name : names) (void)store.files.renameNoReplace(from / name, to / name);
+    for (const auto& name : names) {
+      const auto marked = name.substr(0, name.find(":2,")) + (forth ? ":2,FSabc" : ":2,");
+      if (renameat2(AT_FDCWD, (from + name).c_str(), AT_FDCWD, (to + marked).c_str(), RENAME_NOREPLACE) !=
+          0) {
+        fatal("not renamed");
+      }
+    }
     writeSmall();
     (void)store.files.syncDirectory(from);
     (void)store.files.syncDirectory(to);
     (void)store.files.renameReplacing(small, store.root / "done");
     (void)store.files.syncDirectory(store.root);
     std::swap(from, to);
+    forth = !forth;
   }
   state.SetItemsProcessed(state.iterations() * kFiled);
 }

@@ -3,8 +3,15 @@
 
 #include <cstddef>
 #include <functional>
+#include <string_view>
 
 namespace quillbox {
+
+// For containers of texts that are asked with a std::string_view; with std::equal_to<>.
+struct TextHash {
+  using is_transparent = void;
+  std::size_t operator()(std::string_view text) const noexcept { return std::hash<std::string_view>{}(text); }
+};
 
 template <class... Values>
 std::size_t hashAll(const Values&... values) noexcept {

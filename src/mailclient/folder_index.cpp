@@ -93,6 +93,7 @@ void FolderIndex::sort() {
   }
   std::ranges::sort(
       keyed, [](const auto& a, const auto& b) { return isBefore(a.second, a.first, b.second, b.first); });
+  found_ = 0;
   files_.clear();
   for (auto& [time, file] : keyed) files_.push_back(std::move(file));
 }
@@ -137,27 +138,50 @@ bool FolderIndex::isMissingAnyOf(const FolderIndex& before, FileSystem& files, c
 }
 
 const MessageFile* FolderIndex::find(std::string_view id) const {
-  if (const auto changed = changed_.find(std::string(id)); changed != changed_.end()) {
-    return changed->second.name.empty() ? nullptr : &changed->second;
+  if (!changed_.empty()) {
+    if (const auto changed = changed_.find(id); changed != changed_.end()) {
+      return changed->second.name.empty() ? nullptr : &changed->second;
+    }
   }
+  const auto place = placeOf(id);
+  return !place || (*place < gone_.size() && gone_[*place]) ? nullptr : &files_[*place];
+}
+
+std::optional<std::size_t> FolderIndex::placeOf(std::string_view id) const {
+  // Messages are mostly asked for in their order.
+  const auto isAt = [&](std::size_t place) {
+    return place < files_.size() && compareStableId(files_[place].name, id) == 0;
+  };
+  if (isAt(found_)) return found_;
+  if (isAt(found_ + 1)) return ++found_;
   const auto time = deliveryTime(id);
   const auto place = std::ranges::partition_point(files_, [&](const MessageFile& file) {
     const auto other = deliveryTime(file.name);
-    return other != time ? other > time : stableId(file.name) < id;
+    return other != time ? other > time : compareStableId(file.name, id) < 0;
   });
-  return place != files_.end() && stableId(place->name) == id ? &*place : nullptr;
+  const auto found = static_cast<std::size_t>(place - files_.begin());
+  if (!isAt(found)) return std::nullopt;
+  return found_ = found;
 }
 
 void FolderIndex::renamed(std::string_view id, MessageFile file) {
+  isChanged_ = true;
   changed_[std::string(id)] = std::move(file);
 }
 
 void FolderIndex::removed(std::string_view id) {
-  changed_[std::string(id)] = MessageFile{};
+  isChanged_ = true;
+  const auto place = placeOf(id);
+  if (!place || changed_.contains(id)) {
+    changed_[std::string(id)] = MessageFile{};
+    return;
+  }
+  gone_.resize(files_.size());
+  gone_[*place] = true;
 }
 
 bool FolderIndex::isCurrent(FileSystem& files, const Path& folder) const {
-  return isQuiet_ && changed_.empty() && areTimes(files, folder);
+  return isQuiet_ && !isChanged_ && areTimes(files, folder);
 }
 
 bool FolderIndex::areTimes(FileSystem& files, const Path& folder) const {

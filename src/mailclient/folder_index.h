@@ -2,11 +2,14 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
 
+#include "base/hash.h"
 #include "base/result.h"
 #include "platform/clock.h"
 #include "platform/file_system.h"
@@ -21,7 +24,16 @@ struct MessageFile {
   Subfolder subfolder = Subfolder::current;
 
   Path path(const Path& folder) const {
-    return Path(folder.native() + (subfolder == Subfolder::current ? "/cur/" : "/new/") + name);
+    std::string path;
+    return Path(nativePath(folder, path));
+  }
+  // The same as the host writes it, in `path`.
+  const std::string& nativePath(const Path& folder, std::string& path) const {
+    path.clear();
+    path.reserve(folder.native().size() + name.size() + 5);
+    return path.append(folder.native())
+        .append(subfolder == Subfolder::current ? "/cur/" : "/new/")
+        .append(name);
   }
   // cur/ or new/ itself.
   std::string directory(const Path& folder) const {
@@ -59,6 +71,7 @@ class FolderIndex {
 
  private:
   // As the directories list it, not arranged.
+  std::optional<std::size_t> placeOf(std::string_view id) const;  // in files_
   static Result<FolderIndex> list(FileSystem& files, const Clock& clock, const Path& folder);
   void arrange(FileSystem& files, const Path& folder);
   bool areTimes(FileSystem& files, const Path& folder) const;
@@ -70,11 +83,15 @@ class FolderIndex {
   bool isMissingAnyOf(const FolderIndex& before, FileSystem& files, const Path& folder);
 
   std::vector<MessageFile> files_;
-  std::unordered_map<std::string, MessageFile> changed_;  // an empty name: gone
+  // Our own changes: by id, an empty name is one that is gone; and of files_ by their places.
+  std::unordered_map<std::string, MessageFile, TextHash, std::equal_to<>> changed_;
   std::chrono::nanoseconds curModified_{0};
   std::chrono::nanoseconds newModified_{0};
   std::size_t fingerprint_ = 0;  // of the names as they were listed, in whatever order
   bool isQuiet_ = false;
+  std::vector<bool> gone_;
+  bool isChanged_ = false;
+  mutable std::size_t found_ = 0;  // where find() found the last one
 };
 
 }  // namespace quillbox::mailclient

@@ -16,6 +16,7 @@ namespace {
 
 constexpr std::uint64_t kLargestEntry = 512 << 20;
 constexpr std::size_t kKeptEntries = 200;
+constexpr std::size_t kMuch = 16 << 10;  // bytes: a hundred moves or two
 
 Path journalFolder(const Environment& environment) {
   return environment.directory / "journal";
@@ -103,6 +104,11 @@ Result<JournalEntry> readEntry(const Environment& environment, const Path& file)
   return entry;
 }
 
+JournalWriter::~JournalWriter() {
+  // Without these lines recovery has the plan.
+  if (out_) (void)writeMoves();
+}
+
 Result<std::unique_ptr<JournalWriter>> JournalWriter::begin(const Environment& environment) {
   const auto folder = journalFolder(environment);
   if (!environment.files.info(folder)) {
@@ -159,15 +165,53 @@ Result<void> JournalWriter::adopt(const JournalEntry& entry) {
   return append("\n\n");
 }
 
-Result<void> JournalWriter::append(const std::string& line) {
-  return out_->write(line);
+Result<void> JournalWriter::append(const std::string& lines) {
+  if (auto written = writeMoves(); !written) return written;
+  return put(lines);
+}
+
+Result<void> JournalWriter::put(const std::string& lines) {
+  // As in adopt().
+  auto written = isTorn_ ? out_->write("\n\n" + lines) : out_->write(lines);
+  isTorn_ = !written;
+  if (written) return written;
+  return fail(written.error().number,
+              fmt::format("The journal of filings can’t be written: {}", written.error().message));
+}
+
+void JournalWriter::noteMoved(const std::shared_ptr<const MoveGroup>& group, const MessageFile& from,
+                              const std::string& toName) {
+  if (group_ != group) {
+    endMoves();
+    moves_ += encodeMovesHead(*group);
+    group_ = group;
+  } else {
+    moves_ += ',';
+  }
+  encodeMove(from, toName, moves_);
+  ++next_;
+}
+
+void JournalWriter::endMoves() {
+  if (group_ == nullptr) return;
+  moves_ += encodeMovesEnd();
+  group_.reset();
+}
+
+Result<void> JournalWriter::writeMoves() {
+  endMoves();
+  if (moves_.empty()) return {};
+  auto written = put(moves_);
+  if (written) moves_.clear();
+  return written;
+}
+
+Result<void> JournalWriter::writeFull() {
+  return moves_.size() < kMuch ? Result<void>{} : writeMoves();
 }
 
 Result<std::size_t> JournalWriter::write(const JournalRecord& record) {
-  if (auto written = append(encodeRecord(record)); !written) {
-    return fail(written.error().number,
-                fmt::format("The journal of filings can’t be written: {}", written.error().message));
-  }
+  if (auto written = append(encodeRecord(record)); !written) return forward(written);
   return next_++;
 }
 
@@ -180,6 +224,7 @@ Result<void> JournalWriter::beginUndo() {
 }
 
 Result<void> JournalWriter::sync() {
+  if (auto written = writeMoves(); !written) return written;
   if (auto synced = out_->sync(); !synced) return synced;
   if (isNamed_) return {};
   auto named = environment_.files.syncDirectory(file_.parent_path());
@@ -197,6 +242,8 @@ Result<void> JournalWriter::become(EntryState state) {
 }
 
 Result<void> JournalWriter::discard() {
+  moves_.clear();
+  group_.reset();
   if (out_) (void)out_->close();
   return environment_.files.remove(file_);
 }

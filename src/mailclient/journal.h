@@ -47,6 +47,15 @@ struct JournalRecord {
   bool isVoid = false;
 };
 
+// What messages of a plan have in common that moved alike: `from` and `to` name the folders, their files are
+// each message's own.
+struct MoveGroup {
+  JournalPlace from;
+  JournalPlace to;
+  Marks before;
+  Marks after;
+};
+
 enum class EntryState { open, done, undoing };
 
 // An entry as it stands on disk.
@@ -73,6 +82,8 @@ Result<JournalEntry> readEntry(const Environment& environment, const Path& file)
 // lives.
 class JournalWriter {
  public:
+  ~JournalWriter();  // writes what waits, if that can be done
+
   // A new, open entry.
   static Result<std::unique_ptr<JournalWriter>> begin(const Environment& environment);
   // The right to go on with an entry that is there; nullptr when its owner is alive. Read the entry then, and
@@ -85,6 +96,13 @@ class JournalWriter {
 
   // Appends a record; its number counts from 0. Written before the step that it describes.
   Result<std::size_t> write(const JournalRecord& record);
+  // Says, after its rename, that a message of a plan that is on the disk was moved under the lasting part of
+  // its name. This waits in memory: moves of one group become one line, which is written when something else
+  // is, with the next sync(), or by writeFull().
+  void noteMoved(const std::shared_ptr<const MoveGroup>& group, const MessageFile& from,
+                 const std::string& toName);
+  // Writes what waits when it is much.
+  Result<void> writeFull();
   // Says that the records from here on take those before back.
   Result<void> beginUndo();
   // Says that a record's step did not happen.
@@ -99,7 +117,11 @@ class JournalWriter {
  private:
   JournalWriter(const Environment& environment, Path file, std::string token)
       : environment_(environment), file_(std::move(file)), token_(std::move(token)) {}
-  Result<void> append(const std::string& line);
+  Result<void> append(const std::string& lines);
+  Result<void> put(const std::string& lines);
+  // Writes what noteMoved() has left.
+  Result<void> writeMoves();
+  void endMoves();
 
   const Environment& environment_;
   Path file_;
@@ -107,7 +129,10 @@ class JournalWriter {
   std::unique_ptr<FileLock> lock_;
   std::unique_ptr<WritableFile> out_;
   std::size_t next_ = 0;
-  bool isNamed_ = false;  // the folder's entry is durable
+  std::string moves_;                       // lines that wait; the last is not ended while there is a group
+  std::shared_ptr<const MoveGroup> group_;  // of the last line
+  bool isTorn_ = false;                     // a write has failed in the middle
+  bool isNamed_ = false;                    // the folder's entry is durable
 };
 
 }  // namespace quillbox::mailclient

@@ -14,7 +14,8 @@
 namespace quillbox::mailclient {
 namespace {
 
-constexpr int kVersion = 1;
+// 2 since "moves"; the lines of 1 are as they were.
+constexpr int kVersion = 2;
 
 constexpr std::array<std::pair<JournalRecord::Kind, std::string_view>, 6> kKinds = {
     {{JournalRecord::Kind::plan, "plan"},
@@ -27,6 +28,35 @@ constexpr std::array<std::pair<JournalRecord::Kind, std::string_view>, 6> kKinds
 constexpr std::array<std::pair<const char*, Subfolder>, 2> kSubfolders = {
     {{"cur", Subfolder::current}, {"new", Subfolder::fresh}}};
 
+void quote(std::string_view utf8, std::string& out) {
+  out += '"';
+  for (std::size_t at = 0; at < utf8.size(); ++at) {
+    const auto plain = std::ranges::find_if(utf8.substr(at), [](char c) {
+      return static_cast<unsigned char>(c) < 0x20 || c == '"' || c == '\\';
+    });
+    const auto length = static_cast<std::size_t>(plain - utf8.substr(at).begin());
+    out += utf8.substr(at, length);
+    at += length;
+    if (at == utf8.size()) break;
+    const char c = utf8[at];
+    if (static_cast<unsigned char>(c) < 0x20) {
+      out += fmt::format("\\u{:04x}", static_cast<unsigned>(c));
+    } else {
+      out += '\\';
+      out += c;
+    }
+  }
+  out += '"';
+}
+
+// Nearly all names are plain ASCII: these need no second look.
+void quoteBytes(std::string_view bytes, std::string& out) {
+  const bool isPlain =
+      std::ranges::all_of(bytes, [](char c) { return c >= 0x20 && c < 0x7f && c != '"' && c != '\\'; });
+  if (!isPlain) return quote(readableBytes(bytes), out);
+  out.append(1, '"').append(bytes).append(1, '"');
+}
+
 // One line, member by member. A filing writes one for every message, so it is put together without a tree in
 // between.
 class Line {
@@ -34,7 +64,7 @@ class Line {
   Line() : out_("{") {}
   Line& text(std::string_view key, std::string_view bytes) {
     begin(key);
-    quote(readableBytes(bytes));
+    quoteBytes(bytes, out_);
     return *this;
   }
   Line& texts(std::string_view key, const std::vector<std::string>& values) {
@@ -42,10 +72,15 @@ class Line {
     out_ += '[';
     for (std::size_t i = 0; i < values.size(); ++i) {
       if (i > 0) out_ += ',';
-      quote(readableBytes(values[i]));
+      quoteBytes(values[i], out_);
     }
     out_ += ']';
     return *this;
+  }
+  // Leaves the list open, for those who go on by themselves.
+  std::string openList(std::string_view key) && {
+    begin(key);
+    return std::move(out_) + "[";
   }
   template <class Fill>
   Line& object(std::string_view key, Fill&& fill) {
@@ -72,28 +107,8 @@ class Line {
  private:
   void begin(std::string_view key) {
     if (out_.back() != '{') out_ += ',';
-    quote(key);
+    quote(key, out_);
     out_ += ':';
-  }
-  void quote(std::string_view utf8) {
-    out_ += '"';
-    for (std::size_t at = 0; at < utf8.size(); ++at) {
-      const auto plain = std::ranges::find_if(utf8.substr(at), [](char c) {
-        return static_cast<unsigned char>(c) < 0x20 || c == '"' || c == '\\';
-      });
-      const auto length = static_cast<std::size_t>(plain - utf8.substr(at).begin());
-      out_ += utf8.substr(at, length);
-      at += length;
-      if (at == utf8.size()) break;
-      const char c = utf8[at];
-      if (static_cast<unsigned char>(c) < 0x20) {
-        out_ += fmt::format("\\u{:04x}", static_cast<unsigned>(c));
-      } else {
-        out_ += '\\';
-        out_ += c;
-      }
-    }
-    out_ += '"';
   }
 
   std::string out_;
@@ -180,6 +195,22 @@ JournalRecord decodeRecord(const Json& json, JournalRecord::Kind kind) {
   return record;
 }
 
+// A record for each of the moves.
+void takeMoves(JournalEntry& entry, const Json& json) {
+  JournalRecord record;
+  record.kind = JournalRecord::Kind::move;
+  record.from = decodeFolder(json.at("from"));
+  record.to = decodeFolder(json.at("to"));
+  record.before = decodeMarks(json.at("before"));
+  record.after = decodeMarks(json.at("after"));
+  for (const auto& move : json.at("files")) {
+    record.from.file = {bytesOfReadable(move.at(0).get_ref<const std::string&>()),
+                        move.size() > 2 && move.at(2) == "new" ? Subfolder::fresh : Subfolder::current};
+    record.to.file = {bytesOfReadable(move.at(1).get_ref<const std::string&>()), Subfolder::current};
+    entry.records.push_back(record);
+  }
+}
+
 // One line into the entry; false when the line is not one of ours.
 bool takeLine(JournalEntry& entry, const Json& json) {
   if (!json.is_object()) return false;
@@ -195,6 +226,10 @@ bool takeLine(JournalEntry& entry, const Json& json) {
   }
   const auto action = json.find("do");
   if (action == json.end() || !action->is_string()) return false;
+  if (*action == "moves") {
+    takeMoves(entry, json);
+    return true;
+  }
   const auto kind = std::ranges::find(kKinds, action->get_ref<const std::string&>(),
                                       &std::pair<JournalRecord::Kind, std::string_view>::second);
   if (kind == kKinds.end()) return false;
@@ -249,6 +284,28 @@ std::string encodeRecord(const JournalRecord& record) {
   return std::move(line).end();
 }
 
+std::string encodeMovesHead(const MoveGroup& group) {
+  Line line;
+  line.text("do", "moves");
+  line.object("from", [&](Line& from) { putFolder(from, group.from); });
+  line.object("to", [&](Line& to) { putFolder(to, group.to); });
+  line.object("before", [&](Line& marks) { putMarks(marks, group.before); });
+  line.object("after", [&](Line& marks) { putMarks(marks, group.after); });
+  return std::move(line).openList("files");
+}
+
+void encodeMove(const MessageFile& from, const std::string& toName, std::string& out) {
+  out += '[';
+  quoteBytes(from.name, out);
+  out += ',';
+  quoteBytes(toName, out);
+  out += from.subfolder == Subfolder::fresh ? ",\"new\"]" : "]";
+}
+
+std::string_view encodeMovesEnd() {
+  return "]}\n";
+}
+
 std::string encodeVoid(std::size_t number) {
   return writeJson(Json{{"void", number}}) + "\n";
 }
@@ -285,7 +342,8 @@ Result<JournalEntry> decodeEntry(std::string_view text, std::string_view what) {
     try {
       if (entry.token.empty()) {
         if (!json->is_object() || !json->contains("journal")) return damaged("it is no journal of filings");
-        if (json->at("journal") != kVersion) return damaged("it was written by another version");
+        if (json->at("journal") != 1 && json->at("journal") != kVersion)
+          return damaged("it was written by another version");
         entry.token = json->at("token").get<std::string>();
         if (entry.token.empty()) return damaged("it has no token");
       } else if (!takeLine(entry, *json)) {

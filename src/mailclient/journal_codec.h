@@ -12,6 +12,10 @@ namespace quillbox::mailclient {
 
 std::string encodeHead(std::string_view token, std::chrono::nanoseconds started);
 std::string encodeRecord(const JournalRecord& record);
+// A line for many moves in three pieces: head, the moves with commas between them, end.
+std::string encodeMovesHead(const MoveGroup& group);
+void encodeMove(const MessageFile& from, const std::string& toName, std::string& out);
+std::string_view encodeMovesEnd();
 std::string encodeVoid(std::size_t number);
 std::string encodeUndo();
 

@@ -30,6 +30,28 @@ constexpr std::array<Label, 8> kLabels = {{{LabelColor::none, "none", ""},
                                            {LabelColor::red, "red", "$QuillboxLabelRed"},
                                            {LabelColor::yellow, "yellow", "$QuillboxLabelYellow"}}};
 
+// The keywords that a MarkChange knows by their place here.
+constexpr std::array<std::string_view, 13> kOwn = {kFlagBits[0],
+                                                   kFlagBits[1],
+                                                   kFlagBits[2],
+                                                   kLabels[1].keyword,
+                                                   kLabels[2].keyword,
+                                                   kLabels[3].keyword,
+                                                   kLabels[4].keyword,
+                                                   kLabels[5].keyword,
+                                                   kLabels[6].keyword,
+                                                   kLabels[7].keyword,
+                                                   "$Junk",
+                                                   "$NotJunk",
+                                                   "Junk"};
+
+template <class Use>
+void forEachOwn(std::uint32_t set, Use&& use) {
+  for (std::size_t i = 0; set != 0; ++i, set >>= 1U) {
+    if ((set & 1U) != 0) use(kOwn[i]);
+  }
+}
+
 bool sameKeyword(std::string_view a, std::string_view b) {
   return std::ranges::equal(a, b, [](char x, char y) {
     const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; };
@@ -205,7 +227,18 @@ void MarkChange::set(char letter, bool on) {
 void MarkChange::setKeyword(std::string_view name, bool on) {
   erase(added_, name);
   erase(removed_, name);
-  (on ? added_ : removed_).emplace_back(name);
+  for (std::size_t i = 0; i < kOwn.size(); ++i) {
+    const auto bit = std::uint32_t{1} << i;
+    if (((ownAdded_ | ownRemoved_) & bit) != 0 && sameKeyword(kOwn[i], name)) {
+      ownAdded_ &= ~bit;
+      ownRemoved_ &= ~bit;
+    }
+  }
+  if (const auto own = std::ranges::find(kOwn, name); own != kOwn.end()) {
+    (on ? ownAdded_ : ownRemoved_) |= std::uint32_t{1} << (own - kOwn.begin());
+  } else {
+    (on ? added_ : removed_).emplace_back(name);
+  }
 }
 
 MarkChange MarkChange::flag(char letter, bool on) {
@@ -259,6 +292,14 @@ MarkChange MarkChange::between(const Marks& from, const Marks& to) {
 void MarkChange::then(const MarkChange& later) {
   for (const char letter : later.on_) set(letter, true);
   for (const char letter : later.off_) set(letter, false);
+  if (added_.empty() && removed_.empty()) {
+    const auto named = later.ownAdded_ | later.ownRemoved_;
+    ownAdded_ = (ownAdded_ & ~named) | later.ownAdded_;
+    ownRemoved_ = (ownRemoved_ & ~named) | later.ownRemoved_;
+  } else {
+    forEachOwn(later.ownAdded_, [&](std::string_view name) { setKeyword(name, true); });
+    forEachOwn(later.ownRemoved_, [&](std::string_view name) { setKeyword(name, false); });
+  }
   for (const auto& name : later.added_) setKeyword(name, true);
   for (const auto& name : later.removed_) setKeyword(name, false);
 }
@@ -269,9 +310,12 @@ void MarkChange::apply(Marks& marks) const {
   }
   for (const char letter : off_) std::erase(marks.flags, letter);
   std::ranges::sort(marks.flags);
-  for (const auto& name : added_) {
-    if (!marks.hasKeyword(name)) marks.keywords.push_back(name);
-  }
+  const auto add = [&](std::string_view name) {
+    if (!marks.hasKeyword(name)) marks.keywords.emplace_back(name);
+  };
+  forEachOwn(ownAdded_, add);
+  std::ranges::for_each(added_, add);
+  forEachOwn(ownRemoved_, [&](std::string_view name) { erase(marks.keywords, name); });
   for (const auto& name : removed_) erase(marks.keywords, name);
   std::ranges::sort(marks.keywords);
 }

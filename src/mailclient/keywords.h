@@ -4,6 +4,7 @@
 #pragma once
 
 #include <array>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -88,7 +89,8 @@ class MarkChange {
   // This change, then `later`.
   void then(const MarkChange& later);
   void apply(Marks& marks) const;
-  bool isEmpty() const { return on_.empty() && off_.empty() && added_.empty() && removed_.empty(); }
+  bool isEmpty() const { return *this == MarkChange(); }
+  bool operator==(const MarkChange&) const = default;
 
  private:
   void set(char letter, bool on);
@@ -96,6 +98,9 @@ class MarkChange {
 
   std::string on_;
   std::string off_;
+  // Our own keywords, one bit for each, as most changes know no others; and all others by name.
+  std::uint32_t ownAdded_ = 0;
+  std::uint32_t ownRemoved_ = 0;
   std::vector<std::string> added_;
   std::vector<std::string> removed_;
 };

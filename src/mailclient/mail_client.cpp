@@ -391,7 +391,7 @@ Result<std::vector<MessageRow>> MailClient::selection() {
     const auto account = store_.account(key.mailbox.account);
     if (!account) continue;
     auto one = store_.withMessage(
-        key, [&](const LocatedMessage& message) { return row(*account, message.folder, message.file); });
+        key, [&](const LocatedMessage& message) { return row(*account, message.folder(), message.file); });
     if (one) rows.push_back(std::move(*one));
   }
   return rows;

@@ -63,8 +63,9 @@ Result<Folder> MailStore::mailbox(const MailboxKey& key) {
 }
 
 std::shared_ptr<FolderIndex> MailStore::remembered(const Path& folder) {
-  const auto place = std::ranges::find(remembered_, folder.string(), &Remembered::folder);
+  const auto place = std::ranges::find(remembered_, folder.native(), &Remembered::folder);
   if (place == remembered_.end()) return nullptr;
+  if (place == remembered_.begin()) return place->index;
   remembered_.splice(remembered_.begin(), remembered_, place);
   return remembered_.front().index;
 }
@@ -122,22 +123,23 @@ Result<std::optional<MessageFile>> MailStore::find(const Folder& folder, std::st
   return search(folder, id);
 }
 
-Result<LocatedMessage> MailStore::locate(const MessageKey& key, Lookup lookup, const Folder* known) {
+Result<LocatedMessage> MailStore::locate(const MessageKey& key, Lookup lookup, const FolderRef& known) {
   if (lookup == Lookup::remembered && known != nullptr) {
     if (const auto index = remembered(known->directory)) {
-      if (const auto* file = index->find(key.id)) return LocatedMessage{*known, *file};
+      if (const auto* file = index->find(key.id)) return LocatedMessage{known, *file};
     }
   }
-  const auto folder = mailbox(key.mailbox);
-  if (!folder) return forward(folder);
+  auto found = mailbox(key.mailbox);
+  if (!found) return forward(found);
+  const auto folder = std::make_shared<const Folder>(std::move(*found));
   if (lookup == Lookup::remembered) {
     if (const auto index = remembered(folder->directory)) {
-      if (const auto* file = index->find(key.id)) return LocatedMessage{*folder, *file};
+      if (const auto* file = index->find(key.id)) return LocatedMessage{folder, *file};
     }
   }
   const auto file = search(*folder, key.id);
   if (!file) return forward(file);
-  if (*file) return LocatedMessage{*folder, **file};
+  if (*file) return LocatedMessage{folder, **file};
   return fail(error_number::messageNotFound,
               fmt::format("The message “{}” is not in the mailbox “{}”",
                           text::singleLine(readableBytes(key.id)), key.mailbox.path));
@@ -184,15 +186,15 @@ Result<KeywordTable> MailStore::keywords(const Path& folder) {
   return table;
 }
 
-Result<Marks> MailStore::marks(const MessageKey& key, const Folder* known) {
-  const auto read = [&](const LocatedMessage& message) -> Result<Marks> {
+Result<Marks> MailStore::marks(const MessageKey& key) {
+  return withMessage(key, [&](const LocatedMessage& message) -> Result<Marks> {
     // The name may be remembered only: it counts when the file has it.
-    if (auto there = environment_.files.info(message.path(), FollowLinks::no); !there) return forward(there);
-    const auto table = keywords(message.folder.directory);
+    const auto there = environment_.files.info(message.path(), FollowLinks::no);
+    if (!there) return forward(there);
+    const auto table = keywords(message.folder().directory);
     if (!table) return forward(table);
     return Marks::read(MessageName::parse(message.file.name), *table);
-  };
-  return withMessage(key, read, known);
+  });
 }
 
 void MailStore::noteRename(const Path& folder, std::string_view id, MessageFile file) {

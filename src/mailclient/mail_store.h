@@ -35,11 +35,16 @@ struct MessageKey {
   auto operator<=>(const MessageKey&) const = default;
 };
 
+// A mailbox as it was found; shared, as each of its messages names it.
+using FolderRef = std::shared_ptr<const Folder>;
+
 // A message found on disk; the file may have been renamed by the time it is used.
 struct LocatedMessage {
-  Folder folder;
+  FolderRef mailbox;
   MessageFile file;
-  Path path() const { return file.path(folder.directory); }
+  const Folder& folder() const { return *mailbox; }
+  Path path() const { return file.path(mailbox->directory); }
+  const std::string& nativePath(std::string& path) const { return file.nativePath(mailbox->directory, path); }
 };
 
 enum class Lookup { remembered, rescanned };
@@ -71,11 +76,11 @@ class MailStore {
   // Fails with messageNotFound or mailboxNotFound. `known` is the mailbox as it was found a moment ago, for
   // those who ask for many of its messages; a fresh look looks for it too.
   Result<LocatedMessage> locate(const MessageKey& key, Lookup lookup = Lookup::remembered,
-                                const Folder* known = nullptr);
+                                const FolderRef& known = nullptr);
   // Runs `use` on the message's file, again after a fresh look as long as it fails with ENOENT because
   // somebody renames the file meanwhile.
   template <class Use>
-  auto withMessage(const MessageKey& key, Use&& use, const Folder* known = nullptr)
+  auto withMessage(const MessageKey& key, Use&& use, const FolderRef& known = nullptr)
       -> decltype(use(std::declval<const LocatedMessage&>()));
 
   // Where messages are that others have moved inside their account, by their ids; one that is in none of its
@@ -85,7 +90,7 @@ class MailStore {
 
   // As of the folder's dovecot-keywords, which is read again when it changed.
   Result<KeywordTable> keywords(const Path& folder);
-  Result<Marks> marks(const MessageKey& key, const Folder* known = nullptr);
+  Result<Marks> marks(const MessageKey& key);
 
   // Tells the remembered listings of a change of our own.
   void noteRename(const Path& folder, std::string_view id, MessageFile file);
@@ -119,7 +124,7 @@ class MailStore {
 };
 
 template <class Use>
-auto MailStore::withMessage(const MessageKey& key, Use&& use, const Folder* known)
+auto MailStore::withMessage(const MessageKey& key, Use&& use, const FolderRef& known)
     -> decltype(use(std::declval<const LocatedMessage&>())) {
   auto located = locate(key, Lookup::remembered, known);
   for (int attempt = 0;; ++attempt) {

@@ -8,11 +8,6 @@ namespace {
 
 constexpr std::string_view kInfo = ":2,";
 
-std::string_view baseOf(std::string_view fileName) {
-  const auto info = fileName.rfind(kInfo);
-  return info == std::string_view::npos ? fileName : fileName.substr(0, info);
-}
-
 // The field that begins with `key` (",U="), from its comma to the next comma or the end; empty when there is
 // none.
 std::string_view fieldOf(std::string_view base, std::string_view key) {
@@ -23,6 +18,15 @@ std::string_view fieldOf(std::string_view base, std::string_view key) {
 }
 
 }  // namespace
+
+std::string_view baseOf(std::string_view fileName) {
+  const auto info = fileName.rfind(kInfo);
+  return info == std::string_view::npos ? fileName : fileName.substr(0, info);
+}
+
+std::string_view infoOf(std::string_view fileName) {
+  return fileName.substr(baseOf(fileName).size());
+}
 
 MessageName MessageName::parse(std::string_view fileName) {
   MessageName name;
@@ -67,6 +71,16 @@ std::string withoutUid(std::string_view base) {
 
 std::string stableId(std::string_view fileName) {
   return withoutUid(baseOf(fileName));
+}
+
+int compareStableId(std::string_view fileName, std::string_view id) {
+  const auto base = baseOf(fileName);
+  const auto field = fieldOf(base, ",U=");
+  if (field.empty()) return base.compare(id);
+  const auto begin = static_cast<std::size_t>(field.data() - base.data());
+  const auto first = base.substr(0, begin);
+  if (const auto order = first.compare(id.substr(0, begin)); order != 0) return order;
+  return base.substr(begin + field.size()).compare(id.substr(begin));
 }
 
 std::int64_t deliveryTime(std::string_view fileName) {

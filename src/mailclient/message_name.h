@@ -42,9 +42,17 @@ struct MessageName {
 // Whether a name in cur/ or new/ can be a message's: not hidden, not empty.
 bool isMessageFileName(std::string_view fileName);
 
+// The name up to ":2,", or all of a name without.
+std::string_view baseOf(std::string_view fileName);
+// The rest of it.
+std::string_view infoOf(std::string_view fileName);
+
 // The base without mbsync's ",U=" field, which belongs to one folder only. This is a message's lasting
 // identity.
 std::string stableId(std::string_view fileName);
+// Below, at or above 0 as the stableId of `fileName` comes before `id`, is it or comes behind it; makes no
+// copy.
+int compareStableId(std::string_view fileName, std::string_view id);
 // `base` without ",U=".
 std::string withoutUid(std::string_view base);
 

@@ -42,6 +42,11 @@ Result<std::optional<MessageFile>> Recovery::find(const JournalPlace& place) {
 // ---- after a crash ----
 
 Result<Transaction::Moves> Recovery::run() {
+  std::optional<Stuck> stuck;
+  return run(stuck);
+}
+
+Result<Transaction::Moves> Recovery::run(std::optional<Stuck>& last) {
   Transaction::Moves moves;
   for (const auto state : {EntryState::open, EntryState::undoing}) {
     const auto entries = listEntries(environment_, state);
@@ -50,6 +55,7 @@ Result<Transaction::Moves> Recovery::run() {
       if (const auto closed = close(file, moves); !closed) {
         environment_.log.error(fmt::format("The filing {} could not be cleaned up yet: {}",
                                            file.filename().string(), closed.error().message));
+        if (!last || last->file < file) last = Stuck{file, closed.error()};
       }
     }
   }
@@ -211,9 +217,14 @@ Result<bool> Recovery::settleMailbox(const JournalRecord& record, const std::str
 // ---- undo ----
 
 Result<UndoReport> Recovery::undoLast() {
+  // The last filing may be one whose process died, or could not close its entry.
+  std::optional<Stuck> stuck;
+  auto closed = run(stuck);
+  if (!closed) return forward(closed);
   const auto entries = listEntries(environment_, EntryState::done);
   if (!entries) return forward(entries);
   for (auto file = entries->rbegin(); file != entries->rend(); ++file) {
+    if (stuck && *file < stuck->file) break;
     auto writer = JournalWriter::claim(environment_, *file);
     if (!writer) return forward(writer);
     if (*writer == nullptr) return fail(EBUSY, "The last filing is being taken back already");
@@ -229,7 +240,13 @@ Result<UndoReport> Recovery::undoLast() {
     if (auto adopted = (*writer)->adopt(*entry); !adopted) return forward(adopted);
     if (auto begun = (*writer)->beginUndo(); !begun) return forward(begun);
     if (auto marked = (*writer)->become(EntryState::undoing); !marked) return forward(marked);
-    return takeBack(*entry, std::move(*writer));
+    auto report = takeBack(*entry, std::move(*writer));
+    if (report) report->moves.insert(report->moves.begin(), closed->begin(), closed->end());
+    return report;
+  }
+  if (stuck) {
+    return fail(stuck->error.number,
+                fmt::format("The last filing can’t be taken back now: {}", stuck->error.message));
   }
   return fail(error_number::nothingMatches, "There is no filing to take back");
 }
@@ -238,7 +255,7 @@ Result<UndoReport> Recovery::takeBack(const JournalEntry& entry, std::unique_ptr
   UndoReport report;
   Transaction steps(environment_, store_);
   steps.writer_ = std::move(writer);
-  steps.announces_ = false;
+  steps.plans_ = false;
   std::optional<MessageKey> lastHome;
   for (auto number = entry.filingRecords(); number > 0; --number) {
     const auto& record = entry.records[number - 1];

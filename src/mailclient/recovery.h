@@ -30,13 +30,19 @@ class Recovery {
   // with now (its disk is away) is logged and stays for the next time.
   Result<Transaction::Moves> run();
 
-  // Takes back the last finished filing: moves its messages to where they were, with the marks that they had,
-  // and removes the copies that it made. Marks and moves that others made since are kept. Fails with
-  // error_number::nothingMatches when there is no filing left, and with damagedFile when the last one cannot
-  // be read; the next call then takes back the one before it.
+  // Takes back the last filing, which is closed first when its process died: moves its messages to where they
+  // were, with the marks that they had, and removes the copies that it made. Marks and moves that others made
+  // since are kept. Fails with error_number::nothingMatches when there is no filing left, and with
+  // damagedFile when the last one cannot be read; the next call then takes back the one before it.
   Result<UndoReport> undoLast();
 
  private:
+  // An entry that could not be closed.
+  struct Stuck {
+    Path file;
+    Error error;
+  };
+  Result<Transaction::Moves> run(std::optional<Stuck>& last);
   Result<void> close(const Path& file, Transaction::Moves& moves);
   // Whether the step of a record happened; completes it where it was half done.
   Result<bool> settle(const JournalRecord& record, Transaction& steps);

@@ -1,9 +1,11 @@
 // How a transaction brings one message to another folder. The order of the steps is what keeps the message
 // whole under some name at every instant:
 //
-//   same file system    journal, synced once for all messages expected; rename without replacing
-//   another one         journal, synced; write tmp/draft, sync it; rename it into cur/, sync cur/; remove the
-//   source a copy              the same, and the marks of the original instead of the last step
+//   same file system    the plan in the journal, synced once for all messages expected; rename without
+//   replacing the name is taken   journal, synced; rename to another name another one         journal,
+//   synced; write tmp/draft, sync it; rename it into cur/, sync cur/; remove the source a copy the same, and
+//   the marks of the original instead of the last step
+#include <algorithm>
 #include <cerrno>
 
 #include <fmt/format.h>
@@ -18,6 +20,12 @@ namespace {
 constexpr std::uint64_t kPiece = 1 << 20;
 constexpr int kAttempts = 8;
 
+constexpr std::size_t kTranslations = 64;
+
+std::unexpected<Error> goneFailure(const Folder& folder) {
+  return fail(error_number::mailboxNotFound, fmt::format("The mailbox “{}” is gone", folder.path));
+}
+
 bool isVanishedFolder(FileSystem& files, const Path& folder) {
   const auto cur = files.info(folder / "cur");
   return !cur && (cur.error().number == ENOENT || cur.error().number == ENOTDIR);
@@ -30,26 +38,154 @@ std::string Transaction::freshName(const FileInfo& info, const std::string& mode
   return freshBase(std::max<std::int64_t>(seconds, 0), environment_.token(), model);
 }
 
+Result<Transaction::Route*> Transaction::route(const MailboxKey& from, const MailboxKey& to) {
+  if (lastRoute_ != routes_.end() && lastRoute_->first.first == from && lastRoute_->first.second == to) {
+    return &lastRoute_->second;
+  }
+  lastRoute_ = routes_.find({from, to});
+  if (lastRoute_ != routes_.end()) return &lastRoute_->second;
+  const auto destination = mailbox(to);
+  if (!destination) return forward(destination);
+  const auto source = mailbox(from);
+  if (!source) return forward(source);
+  Route route;
+  route.from = *source;
+  route.to = *destination;
+  route.destination = {to.account, (*destination)->path};
+  if (const auto expected = expected_.find(from); expected != expected_.end())
+    route.expected = &expected->second;
+  lastRoute_ = routes_.emplace(std::pair(from, to), std::move(route)).first;
+  return &lastRoute_->second;
+}
+
+std::optional<std::size_t> Transaction::Expected::find(std::string_view id) {
+  if (next < ids.size() && ids[next] == id) return next++;
+  for (auto i = named; i < ids.size(); ++i) places.try_emplace(ids[i], i);
+  named = ids.size();
+  const auto known = places.find(id);
+  if (known == places.end()) return std::nullopt;
+  next = known->second + 1;
+  return known->second;
+}
+
+Result<void> Transaction::plan(const MailboxKey& from, Route& route, std::string_view id,
+                               const MessageFile& file) {
+  std::optional<std::size_t> place;
+  if (route.expected != nullptr) {
+    place = route.expected->find(id);
+    if (place && *place < route.plannedExpected.size() && route.plannedExpected[*place]) return {};
+  }
+  if (!place && route.planned.contains(id)) return {};
+
+  JournalRecord record;
+  record.kind = JournalRecord::Kind::plan;
+  record.from = {from, route.from->directory, {}};
+  record.to = {route.destination, route.to->directory, {}};
+  auto planned = route.plannedExpected;
+  if (place) {
+    const auto index = store_.listed(*route.from);
+    if (!index) return forward(index);
+    planned.resize(route.expected->ids.size());
+    for (std::size_t i = 0; i < planned.size(); ++i) {
+      if (planned[i]) continue;
+      const auto* found = i == *place ? &file : (*index)->find(route.expected->ids[i]);
+      if (found == nullptr) continue;
+      record.files.push_back(*found);
+      planned[i] = true;
+    }
+  } else {
+    record.files.push_back(file);
+  }
+  const auto journal = writer();
+  if (!journal) return forward(journal);
+  if (auto written = (*journal)->write(record); !written) return forward(written);
+  if (auto synced = (*journal)->sync(); !synced) return synced;
+  if (place) {
+    route.plannedExpected = std::move(planned);
+  } else {
+    route.planned.emplace(id);
+  }
+  return {};
+}
+
+Result<const Transaction::Translation*> Transaction::translate(const MailboxKey& from, Route& route,
+                                                               std::string_view fileName,
+                                                               const MarkChange& change) {
+  const auto info = infoOf(fileName);
+  const auto known = std::ranges::find_if(route.translations, [&](const Translation& translation) {
+    return translation.info == info && translation.change == change;
+  });
+  if (known != route.translations.end()) return &*known;
+
+  const auto name = MessageName::parse(fileName);
+  const auto table = keywordsOf(route.from->directory, name);
+  if (!table) return forward(table);
+  MoveGroup group;
+  group.from = {from, route.from->directory, {}};
+  group.to = {route.destination, route.to->directory, {}};
+  group.before = Marks::read(name, **table);
+  group.after = group.before;
+  change.apply(group.after);
+  const auto letters = keywordsFor(route.to->directory, group.after.keywords);
+  if (!letters) return forward(letters);
+  auto target = withMarks(name, group.after, **letters);
+  target.base.clear();
+  if (route.translations.size() == kTranslations) route.translations.clear();
+  route.translations.push_back(
+      {std::string(info), change, target.fileName(), std::make_shared<const MoveGroup>(std::move(group))});
+  return &route.translations.back();
+}
+
+Result<MessageKey> Transaction::moveAsPlanned(const MessageKey& key, Route& route, const MarkChange& change) {
+  const auto moveOne = [&](const LocatedMessage& source) -> Result<MessageKey> {
+    const auto translation = translate(key.mailbox, route, source.file.name, change);
+    if (!translation) {
+      if (isVanishedFolder(environment_.files, route.to->directory)) return goneFailure(*route.to);
+      return forward(translation);
+    }
+    if (auto known = plan(key.mailbox, route, key.id, source.file); !known) return forward(known);
+    // With no room for what was done nothing more is.
+    if (auto written = writer_->writeFull(); !written) return forward(written);
+    MessageFile target{withoutUid(baseOf(source.file.name)) + (*translation)->result, Subfolder::current};
+    const auto renamed = environment_.files.renameNoReplaceAt(
+        source.nativePath(pathFrom_), target.nativePath(route.to->directory, pathTo_));
+    if (!renamed) {
+      if (renamed.error().number == ENOENT && isVanishedFolder(environment_.files, route.to->directory)) {
+        return goneFailure(*route.to);
+      }
+      return forward(renamed);
+    }
+    worthKeeping_ = true;
+    writer_->noteMoved((*translation)->group, source.file, target.name);
+    touch(route.from->directory, source.file.subfolder);
+    touch(route.to->directory, Subfolder::current);
+    store_.noteRemoval(route.from->directory, key.id);
+    store_.noteRename(route.to->directory, key.id, std::move(target));
+    return MessageKey{route.destination, key.id};
+  };
+  return store_.withMessage(key, moveOne, route.from);
+}
+
 Result<MessageKey> Transaction::relocate(const MessageKey& key, const Folder& to,
                                          const MailboxKey& destination, const MarkChange& change, Mode mode) {
   const auto relocateOne = [&](const LocatedMessage& source) -> Result<MessageKey> {
     const auto name = MessageName::parse(source.file.name);
-    const auto table = sourceKeywords(source.folder.directory, name);
+    const auto table = keywordsOf(source.folder().directory, name);
     if (!table) return forward(table);
     Step step;
     step.record.kind = mode == Mode::move ? JournalRecord::Kind::move : JournalRecord::Kind::copy;
-    step.record.from = {key.mailbox, source.folder.directory, source.file};
+    step.record.from = {key.mailbox, source.folder().directory, source.file};
     step.record.before = Marks::read(name, **table);
     step.record.after = step.record.before;
     change.apply(step.record.after);
     const auto letters = keywordsFor(to.directory, step.record.after.keywords);
     if (!letters) {
       if (isVanishedFolder(environment_.files, to.directory)) {
-        return fail(error_number::mailboxNotFound, fmt::format("The mailbox “{}” is gone", to.path));
+        return goneFailure(to);
       }
       return forward(letters);
     }
-    auto target = withMarks(name, step.record.after, *letters);
+    auto target = withMarks(name, step.record.after, **letters);
     const auto renewName = [&]() -> Result<void> {
       const auto info = environment_.files.info(source.path());
       if (!info) return forward(info);
@@ -72,7 +208,7 @@ Result<MessageKey> Transaction::relocate(const MessageKey& key, const Folder& to
     }
     if (!placed) {
       if (placed.error().number == ENOENT && isVanishedFolder(environment_.files, to.directory)) {
-        return fail(error_number::mailboxNotFound, fmt::format("The mailbox “{}” is gone", to.path));
+        return goneFailure(to);
       }
       return forward(placed);
     }
@@ -88,29 +224,28 @@ Result<MessageKey> Transaction::relocate(const MessageKey& key, const Folder& to
         return forward(marked);
       }
     } else {
-      store_.noteRemoval(source.folder.directory, key.id);
-      touched_.insert(source.file.directory(source.folder.directory));
+      store_.noteRemoval(source.folder().directory, key.id);
+      touch(source.folder().directory, source.file.subfolder);
     }
     store_.noteRename(to.directory, moved.id, *placed);
-    touched_.insert(placed->directory(to.directory));
+    touch(to.directory, placed->subfolder);
     return moved;
   };
   const auto from = mailboxes_.find(key.mailbox);
-  return store_.withMessage(key, relocateOne, from == mailboxes_.end() ? nullptr : &from->second);
+  return store_.withMessage(key, relocateOne, from == mailboxes_.end() ? nullptr : from->second);
 }
 
 Result<MessageFile> Transaction::place(const LocatedMessage& source, Step& step, Mode mode) {
-  const std::pair folders(source.folder.directory.string(), step.record.to.folder.string());
+  const std::pair folders(source.folder().directory.string(), step.record.to.folder.string());
   if (mode == Mode::copy || apart_.contains(folders)) return placeByCopy(source, step, mode);
-  if (auto known = announce(step.record.from, step.record.to); !known) return forward(known);
   auto written = writeStep(step.record);
   if (!written) return forward(written);
-  auto target = step.record.to.file;
-  // The plan knows the message by its id only.
-  if (step.record.to.id() != step.record.from.id()) {
+  const auto& target = step.record.to.file;
+  if (plans_) {
     if (auto synced = writer_->sync(); !synced) return forward(synced);
   }
-  const auto renamed = environment_.files.renameNoReplace(source.path(), target.path(step.record.to.folder));
+  const auto renamed = environment_.files.renameNoReplaceAt(
+      source.nativePath(pathFrom_), target.nativePath(step.record.to.folder, pathTo_));
   if (renamed) return target;
   giveUp(*written);
   if (renamed.error().number != EXDEV) return forward(renamed);
@@ -184,7 +319,7 @@ Result<void> Transaction::removeSource(const Step& step) {
     auto& files = environment_.files;
     if (message.file.name != step.record.from.file.name) {
       // Another reader has changed the marks meanwhile: the copy gets its changes too.
-      const auto table = store_.keywords(message.folder.directory);
+      const auto table = store_.keywords(message.folder().directory);
       if (!table) return forward(table);
       const auto now = Marks::read(MessageName::parse(message.file.name), *table);
       const MessageKey copied{to.mailbox, stableId(to.file.name)};

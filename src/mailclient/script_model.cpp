@@ -135,7 +135,7 @@ Outcome<std::optional<MessageKey>> MailModel::messageNumbered(const MailboxKey& 
 
 Outcome<CachedHeaders> MailModel::headers(const MessageKey& key) {
   const auto headers = store().withMessage(key, [&](const LocatedMessage& message) {
-    return client_.headers_.get(message.folder.directory, message.file);
+    return client_.headers_.get(message.folder().directory, message.file);
   });
   if (!headers) return asFailure(headers);
   return *headers;

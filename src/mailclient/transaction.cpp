@@ -14,8 +14,13 @@ namespace {
 
 constexpr std::string_view kChanged = "changed";
 
+std::string filedText(std::size_t count) {
+  if (count == 0) return "no message was";
+  return count == 1 ? "1 message was" : fmt::format("{} messages were", count);
+}
+
 JournalPlace placeOf(const MailboxKey& mailbox, const LocatedMessage& message) {
-  return {mailbox, message.folder.directory, message.file};
+  return {mailbox, message.folder().directory, message.file};
 }
 
 }  // namespace
@@ -33,48 +38,56 @@ Result<JournalWriter*> Transaction::writer() {
   return writer_.get();
 }
 
-Result<const Folder*> Transaction::mailbox(const MailboxKey& key) {
+Result<FolderRef> Transaction::mailbox(const MailboxKey& key) {
   const auto known = mailboxes_.find(key);
-  if (known != mailboxes_.end()) return &known->second;
+  if (known != mailboxes_.end()) return known->second;
   auto folder = store_.mailbox(key);
   if (!folder) return forward(folder);
-  return &(mailboxes_[key] = std::move(*folder));
+  return mailboxes_[key] = std::make_shared<const Folder>(std::move(*folder));
 }
 
-Result<Marks> Transaction::storedMarks(const MessageKey& key) {
-  const auto folder = mailbox(key.mailbox);
-  if (!folder) return forward(folder);
-  return store_.marks(key, *folder);
+Result<Marks> Transaction::marksOf(const LocatedMessage& message) {
+  const auto name = MessageName::parse(message.file.name);
+  const auto table = keywordsOf(message.folder().directory, name);
+  if (!table) return forward(table);
+  return Marks::read(name, **table);
 }
 
-Result<const KeywordTable*> Transaction::sourceKeywords(const Path& folder, const MessageName& name) {
-  const auto known = sourceKeywords_.find(folder.native());
-  if (known != sourceKeywords_.end() && std::ranges::all_of(name.flags, [&](char letter) {
+Result<const KeywordTable*> Transaction::keywordsOf(const Path& folder, const MessageName& name) {
+  const auto known = keywords_.find(folder.native());
+  if (known != keywords_.end() && std::ranges::all_of(name.flags, [&](char letter) {
         return letter < 'a' || letter > 'z' || !known->second.nameOf(letter).empty();
       })) {
     return &known->second;
   }
   auto table = store_.keywords(folder);
   if (!table) return forward(table);
-  return &(sourceKeywords_[folder.native()] = std::move(*table));
+  return &(keywords_[folder.native()] = std::move(*table));
 }
 
-Result<KeywordTable> Transaction::keywordsFor(const Path& folder, const std::vector<std::string>& names) {
+Result<const KeywordTable*> Transaction::keywordsFor(const Path& folder,
+                                                     const std::vector<std::string>& names) {
+  const auto hasAll = [&](const KeywordTable& table) {
+    return std::ranges::all_of(names,
+                               [&](const std::string& name) { return table.letterOf(name).has_value(); });
+  };
+  const auto known = keywords_.find(folder.native());
+  if (known != keywords_.end() && hasAll(known->second)) return &known->second;
   auto table = store_.keywords(folder);
-  if (!table) return table;
-  if (std::ranges::all_of(names,
-                          [&](const std::string& name) { return table->letterOf(name).has_value(); })) {
-    return table;
+  if (!table) return forward(table);
+  if (!hasAll(*table)) {
+    const auto journal = writer();
+    if (!journal) return forward(journal);
+    JournalRecord record;
+    record.kind = JournalRecord::Kind::keywords;
+    record.to.folder = folder;
+    if (auto written = (*journal)->write(record); !written) return forward(written);
+    // A lock that a power cut leaves must be known as ours.
+    if (auto synced = (*journal)->sync(); !synced) return forward(synced);
+    table = requireKeywords(environment_, folder, names, (*journal)->token());
+    if (!table) return forward(table);
   }
-  const auto journal = writer();
-  if (!journal) return forward(journal);
-  JournalRecord record;
-  record.kind = JournalRecord::Kind::keywords;
-  record.to.folder = folder;
-  if (auto written = (*journal)->write(record); !written) return forward(written);
-  // A lock that a power cut leaves must be known as ours.
-  if (auto synced = (*journal)->sync(); !synced) return forward(synced);
-  return requireKeywords(environment_, folder, names, (*journal)->token());
+  return &(keywords_[folder.native()] = std::move(*table));
 }
 
 Result<void> Transaction::note(const JournalRecord& record) {
@@ -111,10 +124,7 @@ Error Transaction::explain(Error error, std::string_view action, const MessageKe
   if (action == kChanged && filed_ == 0) return error;
   // A message of which a copy was made is not filed when it fails to go where it was to go next.
   const auto before = filed_ - (lastCopied_ == key ? 1 : 0);
-  const auto count = before == 0   ? "no message was"
-                     : before == 1 ? "1 message was"
-                                   : fmt::format("{} messages were", before);
-  error.message += fmt::format(" ({} filed before it)", count);
+  error.message += fmt::format(" ({} filed before it)", filedText(before));
   return error;
 }
 
@@ -126,39 +136,16 @@ MarkChange Transaction::takePending(const MessageKey& key) {
 }
 
 void Transaction::expect(const std::vector<MessageKey>& keys) {
-  for (const auto& key : keys) expected_[key.mailbox].insert(key.id);
-}
-
-Result<void> Transaction::announce(const JournalPlace& from, const JournalPlace& to) {
-  if (!announces_) return {};
-  const auto id = from.id();
-  auto& announced = announced_[{from.folder.string(), to.folder.string()}];
-  if (announced.contains(id)) return {};
-  JournalRecord plan;
-  plan.kind = JournalRecord::Kind::plan;
-  plan.from = {from.mailbox, from.folder, {}};
-  plan.to = {to.mailbox, to.folder, {}};
-  plan.files.push_back(from.file);
-  std::set<std::string> ids = {id};
-  if (const auto expected = expected_.find(from.mailbox);
-      expected != expected_.end() && expected->second.contains(id)) {
-    const auto index = store_.listed({from.mailbox.path, from.folder});
-    if (!index) return forward(index);
-    for (const auto& other : expected->second) {
-      const auto* file = (*index)->find(other);
-      if (file != nullptr && ids.insert(other).second) plan.files.push_back(*file);
-    }
+  Expected* expected = nullptr;
+  for (const MessageKey* before = nullptr; const auto& key : keys) {
+    if (before == nullptr || before->mailbox != key.mailbox) expected = &expected_[key.mailbox];
+    before = &key;
+    expected->ids.push_back(key.id);
   }
-  const auto journal = writer();
-  if (!journal) return forward(journal);
-  if (auto written = (*journal)->write(plan); !written) return forward(written);
-  if (auto synced = (*journal)->sync(); !synced) return synced;
-  announced.merge(ids);
-  return {};
 }
 
 Result<Marks> Transaction::marks(const MessageKey& key) {
-  auto marks = storedMarks(key);
+  auto marks = withFile(key, [&](const LocatedMessage& message) { return marksOf(message); });
   if (marks && pending_ && pending_->key == key) pending_->change.apply(*marks);
   return marks;
 }
@@ -168,13 +155,24 @@ Result<void> Transaction::change(const MessageKey& key, const MarkChange& change
     if (auto done = flush(); !done) return done;
   }
   // The message has to be there now, not only when the change is written.
-  const auto now = marks(key);
-  if (!now) return forward(now);
-  auto wanted = *now;
-  change.apply(wanted);
-  if (wanted == *now) return {};
-  if (!pending_) pending_ = Pending{key, {}};
-  pending_->change.then(change);
+  const auto alters = withFile(key, [&](const LocatedMessage& message) -> Result<bool> {
+    if (pending_) return true;
+    const auto info = infoOf(message.file.name);
+    if (!asked_ || asked_->mailbox != message.mailbox || asked_->info != info || asked_->change != change) {
+      const auto now = marksOf(message);
+      if (!now) return forward(now);
+      auto wanted = *now;
+      change.apply(wanted);
+      asked_ = Asked{message.mailbox, std::string(info), change, wanted != *now};
+    }
+    return asked_->alters;
+  });
+  if (!alters) return forward(alters);
+  if (pending_) {
+    pending_->change.then(change);
+  } else if (*alters) {
+    pending_ = Pending{key, change};
+  }
   return {};
 }
 
@@ -190,17 +188,17 @@ Result<void> Transaction::flush() {
 
 Result<void> Transaction::applyMarks(const MessageKey& key, const MarkChange& change) {
   return store_.withMessage(key, [&](const LocatedMessage& message) -> Result<void> {
-    const auto& folder = message.folder.directory;
-    auto table = store_.keywords(folder);
-    if (!table) return forward(table);
+    const auto& folder = message.folder().directory;
     const auto name = MessageName::parse(message.file.name);
-    const auto before = Marks::read(name, *table);
+    const auto source = keywordsOf(folder, name);
+    if (!source) return forward(source);
+    const auto before = Marks::read(name, **source);
     auto after = before;
     change.apply(after);
     if (after == before) return {};
-    table = keywordsFor(folder, after.keywords);
+    const auto table = keywordsFor(folder, after.keywords);
     if (!table) return forward(table);
-    const MessageFile file{withMarks(name, after, *table).fileName(), Subfolder::current};
+    const MessageFile file{withMarks(name, after, **table).fileName(), Subfolder::current};
     if (file == message.file) return {};
     JournalRecord record;
     record.kind = JournalRecord::Kind::marks;
@@ -210,13 +208,15 @@ Result<void> Transaction::applyMarks(const MessageKey& key, const MarkChange& ch
     record.before = before;
     record.after = after;
     if (auto noted = note(record); !noted) return noted;
-    if (auto renamed = environment_.files.renameNoReplace(message.path(), file.path(folder)); !renamed) {
+    if (auto renamed = environment_.files.renameNoReplaceAt(message.nativePath(pathFrom_),
+                                                            file.nativePath(folder, pathTo_));
+        !renamed) {
       if (!writer_) waiting_.pop_back();
       return renamed;
     }
     store_.noteRename(folder, key.id, file);
-    touched_.insert((folder / "cur").string());
-    if (message.file.subfolder == Subfolder::fresh) touched_.insert((folder / "new").string());
+    touch(folder, Subfolder::current);
+    if (message.file.subfolder == Subfolder::fresh) touch(folder, Subfolder::fresh);
     return {};
   });
 }
@@ -225,17 +225,23 @@ Result<MessageKey> Transaction::move(const MessageKey& key, const MailboxKey& de
   if (pending_ && pending_->key != key) {
     if (auto done = flush(); !done) return forward(done);
   }
-  const auto found = mailbox(destination);
-  if (!found) return std::unexpected(explain(found.error(), "moved", key));
-  const auto* to = *found;
-  const auto from = mailbox(key.mailbox);
-  if (!from) return std::unexpected(explain(from.error(), "moved", key));
-  if ((*from)->directory == to->directory) {
-    if (auto there = storedMarks(key); !there) return std::unexpected(explain(there.error(), "moved", key));
+  const auto way = route(key.mailbox, destination);
+  if (!way) return std::unexpected(explain(way.error(), "moved", key));
+  auto& route = **way;
+  if (route.from->directory.native() == route.to->directory.native()) {
+    if (auto there = marks(key); !there) return std::unexpected(explain(there.error(), "moved", key));
     if (lastCopied_ != key) ++filed_;
     return key;
   }
-  auto moved = relocate(key, *to, {destination.account, to->path}, takePending(key), Mode::move);
+  const auto change = takePending(key);
+  Result<MessageKey> moved = fail(EXDEV, "");
+  if (plans_ && !route.isApart) {
+    moved = moveAsPlanned(key, route, change);
+    route.isApart = !moved && moved.error().number == EXDEV;
+  }
+  if (!moved && (moved.error().number == EXDEV || moved.error().number == EEXIST)) {
+    moved = relocate(key, *route.to, route.destination, change, Mode::move);
+  }
   if (!moved) return std::unexpected(explain(moved.error(), "moved", key));
   if (lastCopied_ != key) ++filed_;
   moves_.emplace_back(key, *moved);
@@ -248,8 +254,8 @@ Result<MessageKey> Transaction::copy(const MessageKey& key, const MailboxKey& de
   }
   const auto found = mailbox(destination);
   if (!found) return std::unexpected(explain(found.error(), "copied", key));
-  const auto* to = *found;
-  auto copied = relocate(key, *to, {destination.account, to->path}, takePending(key), Mode::copy);
+  const auto& to = **found;
+  auto copied = relocate(key, to, {destination.account, to.path}, takePending(key), Mode::copy);
   if (!copied) return std::unexpected(explain(copied.error(), "copied", key));
   if (lastCopied_ != key) ++filed_;
   lastCopied_ = key;
@@ -282,10 +288,18 @@ Result<Folder> Transaction::makeMailbox(const std::string& account, const std::s
   return record.folders.back();
 }
 
+void Transaction::touch(const Path& folder, Subfolder subfolder) {
+  // A handful of folders, and nearly always the one of the message before.
+  const auto isThis = [&](const auto& known) {
+    return known.second == subfolder && known.first == folder.native();
+  };
+  if (std::ranges::none_of(touched_, isThis)) touched_.emplace_back(folder.native(), subfolder);
+}
+
 Result<void> Transaction::syncTouched() {
   Result<void> result;
-  for (const auto& directory : touched_) {
-    const auto synced = environment_.files.syncDirectory(directory);
+  for (const auto& [folder, subfolder] : touched_) {
+    const auto synced = environment_.files.syncDirectory(MessageFile{"", subfolder}.directory(folder));
     // A folder that somebody removed meanwhile needs no sync.
     if (!synced && synced.error().number != ENOENT && result) result = synced;
   }
@@ -295,16 +309,17 @@ Result<void> Transaction::syncTouched() {
 
 Result<void> Transaction::commit() {
   auto result = flush();
+  // What was filed stays filed when the rest cannot be written; the next start, or an undo, closes the entry.
+  const auto keep = [&](const Result<void>& done) {
+    if (!done && result)
+      result =
+          fail(done.error().number, fmt::format("{} ({} filed)", done.error().message, filedText(filed_)));
+  };
   // The journal first: what is filed for good can then be taken back after a power cut too.
-  if (writer_ && worthKeeping_) {
-    if (auto synced = writer_->sync(); !synced && result) result = synced;
-  }
-  if (auto synced = syncTouched(); !synced && result) result = synced;
+  if (writer_ && worthKeeping_) keep(writer_->sync());
+  keep(syncTouched());
   if (writer_) {
-    if (!unsettled_) {
-      const auto closed = worthKeeping_ ? writer_->become(EntryState::done) : writer_->discard();
-      if (!closed && result) result = closed;
-    }
+    if (!unsettled_) keep(worthKeeping_ ? writer_->become(EntryState::done) : writer_->discard());
     writer_.reset();
   }
   waiting_.clear();

@@ -74,6 +74,14 @@ class FileSystem {
                                                        std::uint32_t permissions) = 0;
   // Fails with EEXIST when `to` is there, EXDEV across file systems.
   virtual Result<void> renameNoReplace(const Path& from, const Path& to) = 0;
+  // The same two with paths as the host writes them, for what is done once for each of many messages: taking
+  // a path apart costs as much as the step itself.
+  virtual Result<FileInfo> infoAt(const std::string& path, FollowLinks follow) {
+    return info(Path(path), follow);
+  }
+  virtual Result<void> renameNoReplaceAt(const std::string& from, const std::string& to) {
+    return renameNoReplace(Path(from), Path(to));
+  }
   // Atomically takes the place of `to`. Only for files of our own; never for a message.
   virtual Result<void> renameReplacing(const Path& from, const Path& to) = 0;
   virtual Result<void> remove(const Path& path) = 0;           // a file or a link

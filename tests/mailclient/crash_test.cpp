@@ -199,7 +199,7 @@ TEST(Journal, ThatCannotBeReadIsKeptAsideAndSaid) {
       {"{\"journal\":1,\"tok", false},           // torn in its first line
       {head + "{\"do\":\"move\",\"fro", false},  // torn in a record
       {"garbage", true},
-      {"{\"journal\":2,\"token\":\"t\"}\n", true},
+      {"{\"journal\":3,\"token\":\"t\"}\n", true},
       {head + "{\"do\":\"dance\"}\n", true},
       {head + "{\"do\":\"move\"}\n", true},
       {head + "garbage\n{\"void\":0}\n", true},

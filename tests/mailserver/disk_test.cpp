@@ -158,18 +158,34 @@ TEST_F(RealDisk, WhenItIsFullWhatWasFiledIsFiledAndTheRestIsUntouched) {
   EXPECT_EQ(countIn(mail_), static_cast<std::size_t>(kCount));
 }
 
-TEST_F(RealDisk, WithoutRoomForTheJournalNothingIsFiled) {
+TEST_F(RealDisk, WithoutRoomForTheJournalNothingIsFiledThatItDoesNotKnow) {
   makeMail(kCount);
-  {
-    const SizeLimit limit(1500);  // the head and a part of the plan
-    const auto result = file();
-    ASSERT_FALSE(result);
-    EXPECT_NE(result.error().message.find("journal"), std::string::npos) << result.error().message;
+  // The head and a part of the plan; the plan, but not what became of it.
+  for (const auto& [bytes, filed] : {std::pair(700, 0), std::pair(2000, kCount)}) {
+    {
+      const SizeLimit limit(static_cast<rlim_t>(bytes));
+      const auto result = file();
+      ASSERT_FALSE(result);
+      EXPECT_NE(result.error().message.find("journal"), std::string::npos) << result.error().message;
+      EXPECT_NE(result.error().message.find(filed == 0 ? "(no message was" : "(30 messages were"),
+                std::string::npos)
+          << result.error().message;
+      EXPECT_EQ(countIn(done_), static_cast<std::size_t>(filed));
+      // Nor does an undo take another filing for it.
+      EXPECT_FALSE(client()->undo());
+      EXPECT_EQ(countIn(done_), static_cast<std::size_t>(filed));
+    }
+    if (filed > 0) {
+      const auto undone = client()->undo();
+      ASSERT_TRUE(undone) << undone.error().message;
+      EXPECT_EQ(undone->count, static_cast<std::size_t>(filed));
+    }
+    ASSERT_TRUE(client()->start());
+    expectWhole(kCount);
+    EXPECT_EQ(countIn(mail_), static_cast<std::size_t>(kCount));
+    EXPECT_EQ(*file(), static_cast<std::size_t>(kCount));
+    EXPECT_EQ(client()->undo()->count, static_cast<std::size_t>(kCount));
   }
-  EXPECT_EQ(countIn(mail_), static_cast<std::size_t>(kCount));
-  ASSERT_TRUE(client()->start());
-  expectWhole(kCount);
-  EXPECT_EQ(*file(), static_cast<std::size_t>(kCount));
 }
 
 TEST_F(RealDisk, ReadOnlyFoldersAreLeftAsTheyAre) {

@@ -132,6 +132,10 @@ Result<std::string> LinuxFileSystem::readRange(const Path& path, std::uint64_t o
 }
 
 Result<FileInfo> LinuxFileSystem::info(const Path& path, FollowLinks follow) {
+  return infoAt(path.native(), follow);
+}
+
+Result<FileInfo> LinuxFileSystem::infoAt(const std::string& path, FollowLinks follow) {
   struct stat status{};
   if (::fstatat(AT_FDCWD, path.c_str(), &status, follow == FollowLinks::yes ? 0 : AT_SYMLINK_NOFOLLOW) != 0)
     return systemFailure("examine", path, errno);
@@ -202,6 +206,10 @@ Result<std::unique_ptr<WritableFile>> LinuxFileSystem::create(const Path& path, 
 }
 
 Result<void> LinuxFileSystem::renameNoReplace(const Path& from, const Path& to) {
+  return renameNoReplaceAt(from.native(), to.native());
+}
+
+Result<void> LinuxFileSystem::renameNoReplaceAt(const std::string& from, const std::string& to) {
   if (rename_ == ExclusiveRename::placeholder) return renameOverPlaceholder(from, to);
   if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return {};
   // EINVAL: this file system does not know the flag, or a folder would move below itself.

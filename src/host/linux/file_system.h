@@ -18,12 +18,14 @@ class LinuxFileSystem final : public FileSystem {
   Result<std::string> read(const Path& path, std::uint64_t limit = UINT64_MAX) override;
   Result<std::string> readRange(const Path& path, std::uint64_t offset, std::uint64_t length) override;
   Result<FileInfo> info(const Path& path, FollowLinks follow = FollowLinks::yes) override;
+  Result<FileInfo> infoAt(const std::string& path, FollowLinks follow) override;
   Result<void> list(const Path& directory,
                     const std::function<bool(std::string_view name, FileKind kind)>& each) override;
   Result<Path> readLink(const Path& path) override;
   Result<std::unique_ptr<WritableFile>> create(const Path& path, CreateMode mode,
                                                std::uint32_t permissions) override;
   Result<void> renameNoReplace(const Path& from, const Path& to) override;
+  Result<void> renameNoReplaceAt(const std::string& from, const std::string& to) override;
   Result<void> renameReplacing(const Path& from, const Path& to) override;
   Result<void> remove(const Path& path) override;
   Result<void> removeDirectory(const Path& path) override;
