@@ -46,15 +46,7 @@ std::optional<Value> parseNumber(std::string_view text) {
     if (plain) return Value::integer(digits.front() == '-' ? -whole : whole);
   }
   const auto real = parseReal(digits);
-  if (!real) {
-    // "5." and ".5" read as numbers too.
-    std::string padded(digits);
-    if (padded.back() == '.') padded += '0';
-    if (padded.front() == '.') padded.insert(0, "0");
-    if (padded.starts_with("-.")) padded.insert(1, "0");
-    const auto again = padded == digits ? std::nullopt : parseReal(padded);
-    return again ? std::optional(Value::real(*again)) : std::nullopt;
-  }
+  if (!real) return std::nullopt;
   const bool whole = digits.find_first_of(".eE") == std::string_view::npos;
   if (whole && std::fabs(*real) <= static_cast<double>(kLargestInteger))
     return Value::integer(static_cast<std::int64_t>(*real));

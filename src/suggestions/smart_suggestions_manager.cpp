@@ -90,7 +90,7 @@ std::vector<Prediction> SmartSuggestionsManager::predictions(std::span<const Tra
 
 void SmartSuggestionsManager::refreshTrainingIfNeeded() {
   if (services_.settings.useSmartFilingSuggestions.get()) {
-    trainingQueue_->async([this] { startRunIfDue(); });
+    trainingQueue_->async([this, reset = resets_.load()] { startRunIfDue(reset); });
   } else {
     forget();
   }
@@ -110,7 +110,8 @@ void SmartSuggestionsManager::forget() {
   });
 }
 
-void SmartSuggestionsManager::startRunIfDue() {
+void SmartSuggestionsManager::startRunIfDue(std::uint64_t reset) {
+  if (reset != resets_) return;  // switched off since it was asked for
   if (isTraining_) {
     isRunWanted_ = true;
     return;
@@ -118,11 +119,11 @@ void SmartSuggestionsManager::startRunIfDue() {
   if (isLoaded_) return;
   isTraining_ = true;
   isRunWanted_ = false;
-  services_.dispatch.background(QualityOfService::userInitiated, lifeline_.offMain([this] { run(); }));
+  services_.dispatch.background(QualityOfService::userInitiated,
+                                lifeline_.offMain([this, reset] { run(reset); }));
 }
 
-void SmartSuggestionsManager::run() {
-  const std::uint64_t reset = resets_;
+void SmartSuggestionsManager::run(std::uint64_t reset) {
   trainingQueue_->sync([this] {
     services_.log.debug(fmt::format("refreshTrainingIfNeeded started (isTraining={}, isLoaded={})",
                                     isTraining_.load(), isLoaded_.load()));
@@ -149,7 +150,7 @@ void SmartSuggestionsManager::finishRun(std::uint64_t reset, bool loaded) {
   const bool stale = reset != resets_;
   isLoaded_ = loaded && !stale;
   isTraining_ = false;
-  if (stale && isRunWanted_) startRunIfDue();
+  if (stale && isRunWanted_) startRunIfDue(resets_);
   if (isTraining_) return;
   for (auto& waiting : std::exchange(waitingForRun_, {})) services_.dispatch.main(std::move(waiting));
 }

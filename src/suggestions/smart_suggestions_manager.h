@@ -83,8 +83,9 @@ class SmartSuggestionsManager {
   AdvancedLogManager& log() { return *log_; }
 
  private:
-  void startRunIfDue();
-  void run();
+  // `reset` is the count of switches-off when the run was asked for; a run of before one comes to nothing.
+  void startRunIfDue(std::uint64_t reset);
+  void run(std::uint64_t reset);
   void finishRun(std::uint64_t reset, bool loaded);
   void forget();
   void post(const NotificationName<NoObject>& name);

@@ -201,6 +201,11 @@ TEST_F(Manager, ASwitchDuringARunNeitherLosesNorDoublesTheModel) {
     ASSERT_TRUE(settings_.useSmartFilingSuggestions.set(false));
     manager_->refreshTrainingIfNeeded();
     if (moment % 2 == 0) dispatch_.runBackground();
+    if (moment % 4 <= 1) {
+      dispatch_.runUntilIdle();
+      EXPECT_FALSE(manager_->isLoaded()) << moment;
+      EXPECT_THAT(answer(0), IsEmpty()) << moment;
+    }
     ASSERT_TRUE(settings_.useSmartFilingSuggestions.set(true));
     manager_->refreshTrainingIfNeeded();
     dispatch_.runUntilIdle();

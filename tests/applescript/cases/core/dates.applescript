@@ -55,6 +55,12 @@ set d to d + 1
 -- expect: {2023, March, 1, 0}
 ----
 set d to current date
+set {day of d, year of d, month of d, time of d} to {1, 1960, 1, 1}
+set d to d - 2
+{year of d, month of d, day of d, weekday of d, time of d}
+-- expect: {1959, December, 31, Thursday, 86399}
+----
+set d to current date
 set hours of d to 13
 set minutes of d to 14
 set seconds of d to 15
