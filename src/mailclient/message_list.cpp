@@ -1,7 +1,9 @@
 #include "mailclient/message_list.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <iterator>
+#include <map>
 #include <numeric>
 #include <set>
 #include <string_view>
@@ -70,7 +72,7 @@ Result<MessageList> MessageList::read(MailStore& store, HeaderCache& headers, co
   }
   list.sort(store, headers);
   if (viewer.byConversation) {
-    list.group(headers);
+    list.group(store, headers);
   } else {
     list.starts_.resize(list.messages_.size() + 1);
     std::iota(list.starts_.begin(), list.starts_.end(), std::size_t{0});
@@ -89,6 +91,28 @@ bool MessageList::isOf(const Viewer& viewer) const {
          viewer.sortedAscending == viewer_.sortedAscending && viewer.byConversation == viewer_.byConversation;
 }
 
+void MessageList::withHeaders(MailStore& store, HeaderCache& headers,
+                              const std::function<void(std::uint32_t message, const CachedHeaders&)>& use) {
+  std::vector<std::uint32_t> missed;
+  for (std::uint32_t i = 0; i < messages_.size(); ++i) {
+    const auto known = headers.get(folder(i).directory, file(i));
+    if (known) {
+      use(i, *known);
+    } else if (known.error().number == ENOENT) {
+      missed.push_back(i);
+    }
+  }
+  // Renamed since the listing, or gone: one more look at each mailbox tells.
+  std::map<std::uint32_t, std::shared_ptr<FolderIndex>> looks;
+  for (const auto i : missed) {
+    const auto [look, isNew] = looks.try_emplace(messages_[i].place);
+    if (isNew) look->second = store.messages(folder(i)).value_or(nullptr);
+    const auto* found = look->second ? look->second->find(stableId(file(i).name)) : nullptr;
+    if (found == nullptr) continue;
+    if (const auto known = headers.get(folder(i).directory, *found)) use(i, *known);
+  }
+}
+
 void MessageList::sort(MailStore& store, HeaderCache& headers) {
   std::vector<std::int64_t> received;
   received.reserve(messages_.size());
@@ -96,18 +120,17 @@ void MessageList::sort(MailStore& store, HeaderCache& headers) {
   const bool byKey = isSortedByKey(viewer_.sortColumn);
   std::vector<SortKey> keys;
   if (byKey) {
-    keys.reserve(messages_.size());
+    keys.resize(messages_.size());
     std::vector<KeywordTable> tables;
     for (const auto& place : places_) {
       tables.push_back(store.keywords(place.folder.directory).value_or(KeywordTable()));
     }
-    for (const auto& message : messages_) {
-      const auto& place = places_[message.place];
-      const auto known = headers.get(place.folder.directory, *message.file);
-      keys.push_back(sortKey(viewer_.sortColumn, known.value_or(CachedHeaders()),
-                             Marks::read(MessageName::parse(message.file->name), tables[message.place]),
-                             place.key));
-    }
+    withHeaders(store, headers, [&](std::uint32_t i, const CachedHeaders& known) {
+      const auto place = messages_[i].place;
+      keys[i] = sortKey(viewer_.sortColumn, known,
+                        Marks::read(MessageName::parse(messages_[i].file->name), tables[place]),
+                        places_[place].key);
+    });
   }
   std::vector<std::uint32_t> order(messages_.size());
   std::iota(order.begin(), order.end(), 0U);
@@ -128,18 +151,16 @@ void MessageList::sort(MailStore& store, HeaderCache& headers) {
   messages_ = std::move(sorted);
 }
 
-void MessageList::group(HeaderCache& headers) {
+void MessageList::group(MailStore& store, HeaderCache& headers) {
   mentions_.reserve(messages_.size() * 2);
-  for (std::uint32_t i = 0; i < messages_.size(); ++i) {
-    // One that cannot be read is alone.
-    const auto known = headers.get(places_[messages_[i].place].folder.directory, *messages_[i].file);
-    if (!known) continue;
+  // One that cannot be read is alone.
+  withHeaders(store, headers, [&](std::uint32_t i, const CachedHeaders& known) {
     const auto mention = [&](std::uint64_t id) {
       if (id != 0) mentions_.push_back({id, i});
     };
-    mention(hashMessageId(known->summary.messageId));
-    for (const auto id : known->summary.references) mention(id);
-  }
+    mention(hashMessageId(known.summary.messageId));
+    for (const auto id : known.summary.references) mention(id);
+  });
   const auto numbers = groupConversations(messages_.size(), mentions_);
   for (std::size_t i = 0; i < messages_.size(); ++i) messages_[i].conversation = numbers[i];
   for (auto& mention : mentions_) mention.message = numbers[mention.message];

@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <utility>
@@ -79,8 +80,11 @@ class MessageList {
   };
   using Flags = std::vector<bool>;
 
+  // Calls `use` for every message whose headers can be read.
+  void withHeaders(MailStore& store, HeaderCache& headers,
+                   const std::function<void(std::uint32_t message, const CachedHeaders&)>& use);
   void sort(MailStore& store, HeaderCache& headers);
-  void group(HeaderCache& headers);
+  void group(MailStore& store, HeaderCache& headers);
   std::size_t begin(std::size_t conversation) const { return starts_[conversation]; }
   std::size_t end(std::size_t conversation) const { return starts_[conversation + 1]; }
   std::size_t conversations() const { return starts_.size() - 1; }

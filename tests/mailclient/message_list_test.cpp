@@ -2,6 +2,7 @@
 #include "mailclient/message_list.h"
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <fmt/format.h>
@@ -188,6 +189,23 @@ TEST_F(MessageListTest, OpensNoMessageBeforeItIsAskedForConversations) {
   change([](Viewer& viewer) { viewer.byConversation = true; });
   EXPECT_EQ(rows(1), "*+3 a3");
   EXPECT_EQ(reads, 6);
+}
+
+// Another program marks messages while their headers are read, and one cannot be read at all.
+TEST_F(MessageListTest, MessagesThatAreRenamedMeanwhileStayInTheirConversation) {
+  disk.put(file(8, "secret"), "Subject: secret\nIn-Reply-To: <a@x>\n\n", 0000);
+  bool isRenamed = false;
+  files.failReadsWhen([&](const FaultyFileSystem::Step& step) -> std::optional<int> {
+    if (step.operation == "readRange" && !std::exchange(isRenamed, true)) {
+      for (const int time : {1, 3}) {
+        const auto at = file(time, time == 1 ? "a" : "a2");
+        EXPECT_TRUE(disk.renameNoReplace(at, at.string() + "F"));
+      }
+    }
+    return std::nullopt;
+  });
+  EXPECT_EQ(rows(), ", +3 a3, +2 b2, c");
+  EXPECT_TRUE(log.contains("can’t be read"));
 }
 
 TEST_F(MessageListTest, ExpandedConversationsStayExpandedWhereverTheirMessagesGo) {
