@@ -68,14 +68,15 @@ TEST_F(Actions, MailboxesAreMadeWhereTheyBelong) {
 }
 
 TEST_F(Actions, ShowingSelectsTheMailboxAndActivates) {
+  const auto tell = [&](const char* text) {
+    return await<AppleScriptResult>(
+        [&](auto done) { all_->helper.runScriptText(text, "", std::move(done)); });
+  };
   const auto shown = [&] {
-    return await<AppleScriptResult>([&](auto done) {
-      all_->helper.runScriptText(
-          "tell application \"Mail\" to return {count message viewers, name of item 1 of (get selected "
-          "mailboxes of "
-          "message viewer 1)}",
-          "", std::move(done));
-    });
+    return tell(
+        "tell application \"Mail\" to return {count message viewers, name of item 1 of (get selected "
+        "mailboxes of "
+        "message viewer 1)}");
   };
   const auto show = [&](const Mailbox& mailbox, script_texts::Viewer viewer) {
     frontend_.events.clear();
@@ -93,10 +94,6 @@ TEST_F(Actions, ShowingSelectsTheMailboxAndActivates) {
   EXPECT_EQ(frontend_.events, std::vector<std::string>{"activate"});
 
   // The frontmost visible viewer takes the mailbox, wherever it stands in the list of viewers.
-  const auto tell = [&](const char* text) {
-    return await<AppleScriptResult>(
-        [&](auto done) { all_->helper.runScriptText(text, "", std::move(done)); });
-  };
   const char* shownByEach = R"(tell application "Mail"
 set names to {}
 repeat with v in message viewers

@@ -1,7 +1,4 @@
-// Names on disk: modified UTF-7, readable bytes, the parts of a message's file name, the fuzzers' corpora.
-#include <filesystem>
-#include <fstream>
-#include <iterator>
+// Names on disk: modified UTF-7, readable bytes, the parts of a message's file name.
 #include <string>
 #include <vector>
 
@@ -12,9 +9,6 @@
 #include "base/text.h"
 #include "mailclient/message_name.h"
 #include "mailclient/name_codes.h"
-
-extern "C" int fuzzMimeHeaders(const std::uint8_t* data, std::size_t size);
-extern "C" int fuzzMaildirName(const std::uint8_t* data, std::size_t size);
 
 namespace quillbox::mailclient {
 namespace {
@@ -93,23 +87,6 @@ TEST(MessageNames, AreTakenApartAndPutTogether) {
   EXPECT_EQ(sizeField("1.a,W=3,S=12,U=1:2,S"), 12U);
   EXPECT_EQ(sizeField("1.a,S=x"), std::nullopt);
   EXPECT_EQ(freshBase(7, "abc", "1.a,U=3,W=9,S=8:2,S"), "7.Rabc.quillbox,S=8,W=9");
-}
-
-void replay(const char* name, int (*target)(const std::uint8_t*, std::size_t)) {
-  int count = 0;
-  for (const auto& entry : std::filesystem::directory_iterator(std::filesystem::path(QUILLBOX_SOURCE_DIR) /
-                                                               "fuzz" / "corpus" / name)) {
-    std::ifstream file(entry.path(), std::ios::binary);
-    const std::string bytes((std::istreambuf_iterator<char>(file)), {});
-    target(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());
-    ++count;
-  }
-  EXPECT_GT(count, 2);
-}
-
-TEST(FuzzCorpus, Replays) {
-  replay("mime_headers", &fuzzMimeHeaders);
-  replay("maildir_name", &fuzzMaildirName);
 }
 
 }  // namespace
