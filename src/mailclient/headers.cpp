@@ -16,7 +16,6 @@ namespace quillbox::mailclient {
 namespace {
 
 constexpr std::uint64_t kFirstRead = 8 << 10;
-constexpr std::uint64_t kLongestHeader = 1 << 20;
 
 struct DateRelease {
   void operator()(GDateTime* date) const { g_date_time_unref(date); }
@@ -153,7 +152,7 @@ Result<std::string> readHeaderBlock(FileSystem& files, const Path& file) {
   auto bytes = files.readRange(file, 0, kFirstRead);
   if (!bytes) return bytes;
   if (bytes->size() == kFirstRead && headerBlock(*bytes).size() == bytes->size()) {
-    bytes = files.readRange(file, 0, kLongestHeader);
+    bytes = files.readRange(file, 0, longestHeader);
     if (!bytes) return bytes;
   }
   bytes->resize(headerBlock(*bytes).size());

@@ -149,9 +149,25 @@ class BodyReader {
   MessageText result_;
 };
 
+// The message with its header cut after longestHeader, at the end of a line where there is one.
+std::string withShortHeader(std::string_view message, std::size_t header) {
+  auto kept = message.substr(0, longestHeader);
+  if (const auto end = kept.rfind('\n'); end != std::string_view::npos) kept = kept.substr(0, end);
+  std::string out(kept);
+  out += '\n';
+  out += message.substr(header);
+  return out;
+}
+
 }  // namespace
 
 MessageText readText(std::string_view message) {
+  // The parser takes twenty times the memory of the headers that it reads.
+  std::string shortened;
+  if (const auto header = headerBlock(message).size(); header > longestHeader) {
+    shortened = withShortHeader(message, header);
+    message = shortened;
+  }
   auto* const options = parserOptions();
   const GObjectHandle<GMimeStream> stream(g_mime_stream_mem_new_with_buffer(message.data(), message.size()));
   const GObjectHandle<GMimeParser> parser(g_mime_parser_new_with_stream(stream.get()));

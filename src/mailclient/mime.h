@@ -53,11 +53,13 @@ struct MessageText {
   std::vector<Attachment> attachments;
 };
 
+// A header that never ends is cut after this many bytes.
+inline constexpr std::uint64_t longestHeader = 1 << 20;
+
 // The header part of a message: everything up to its first empty line, or all of `message` where there is
 // none.
 std::string_view headerBlock(std::string_view message);
-// Reads the header part of a message file without reading the rest; a header that never ends is cut after 1
-// MB.
+// Reads the header part of a message file, up to longestHeader of it, without reading the rest.
 Result<std::string> readHeaderBlock(FileSystem& files, const Path& file);
 
 HeaderSummary summarize(std::string_view headerBlock);

@@ -121,6 +121,34 @@ TEST(Filing, CopiesLeaveTheOriginalAndUndoTakesOnlyCopies) {
   }
 }
 
+// Messages are as long as their senders like: no more than a piece of one is held at a time.
+TEST(Filing, MessagesAreNeverReadAsAWhole) {
+  for (const bool apart : {false, true}) {
+    FilingStore s;
+    s.prepare(0, apart);
+    const std::string bytes = "Subject: long\n\n" + std::string(5 << 20, 'x') + ".\n";
+    s.disk.put("/mail/a/cur/17.long:2,S", bytes);
+    for (const bool move : {true, false}) {
+      s.files.reset();
+      s.files.failReadsWhen([](const FaultyFileSystem::Step& step) {
+        const bool isMessage = step.path.string().find("17.long") != std::string::npos;
+        return isMessage && step.operation == "read" ? std::optional(ENOMEM) : std::nullopt;
+      });
+      EXPECT_EQ(s.client().messages("A", "INBOX")->front().subject, "long");
+      ASSERT_EQ(s.select(), 1U);
+      ASSERT_TRUE(fileSelection(s.client(), {"B", "INBOX", move, true, "1", "ccre"}));
+      const auto steps = s.files.trace();
+      const auto writes = std::ranges::count_if(steps, [](const FaultyFileSystem::Step& step) {
+        return step.operation == "write" && step.path.string().starts_with("/mail/b/INBOX/tmp");
+      });
+      EXPECT_EQ(writes, apart || !move ? 6 : 0) << "pieces of a megabyte";
+      EXPECT_EQ(s.disk.bytes(s.disk.tree("/mail/b/INBOX/cur").at(0)), bytes);
+      EXPECT_EQ(s.client().undo()->count, 1U);
+      EXPECT_EQ(s.placeOf("long"), "/a|S|;");
+    }
+  }
+}
+
 TEST_F(FilingTest, NothingIsOverwrittenAndNothingIsMovedOntoItself) {
   prepare(2);
   ASSERT_EQ(select(), 2U);
