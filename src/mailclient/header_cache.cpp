@@ -165,8 +165,14 @@ void HeaderCache::load(FolderHeaders& headers) {
   headers.loaded = true;
   const auto file = fileOf(headers.folder);
   const auto bytes = environment_.files.read(file, kLargest);
+  if (!bytes) {
+    if (bytes.error().number != ENOENT) {
+      environment_.log.error(fmt::format("A cache of headers can’t be used: {}", bytes.error().message));
+    }
+    return;
+  }
   // One of the version before is replaced by the next save.
-  if (!bytes || bytes->starts_with(kFormerMagic) || take(headers, *bytes)) return;
+  if (bytes->starts_with(kFormerMagic) || take(headers, *bytes)) return;
   if (const auto aside = keepDamagedFileAside(environment_.files, file)) {
     environment_.log.error(fmt::format(
         "A cache of headers could not be read and was kept as {}; it is made anew", aside->string()));

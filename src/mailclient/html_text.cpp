@@ -140,9 +140,10 @@ class Reader {
   }
 
   bool entity() {
-    const auto end = html_.find(';', at_);
-    if (end == std::string_view::npos || end - at_ > 12) return false;
-    const auto name = html_.substr(at_ + 1, end - at_ - 1);
+    constexpr std::size_t longest = 12;
+    const auto length = html_.substr(at_, longest + 1).find(';');
+    if (length == std::string_view::npos) return false;
+    const auto name = html_.substr(at_ + 1, length - 1);
     char32_t decoded = 0;
     if (name.starts_with('#')) {
       const bool hex = name.size() > 1 && (name[1] == 'x' || name[1] == 'X');
@@ -159,7 +160,7 @@ class Reader {
       decoded = found->second;
     }
     text::appendUtf8(out_, decoded);
-    at_ = end + 1;
+    at_ += length + 1;
     return true;
   }
 

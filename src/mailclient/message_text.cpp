@@ -14,6 +14,8 @@ namespace quillbox::mailclient {
 namespace {
 
 constexpr int kDeepest = 64;  // parts inside parts; what lies deeper counts as one attachment
+// The parser takes a kilobyte for each part, however short. Nobody writes so many.
+constexpr std::size_t kMostParts = 100'000;
 
 // The code points of the bytes 0x80 to 0x9f in windows-1252 (WHATWG Encoding Standard); the rest is Latin-1.
 constexpr std::array<char32_t, 32> kWindows1252 = {
@@ -159,6 +161,19 @@ std::string withShortHeader(std::string_view message, std::size_t header) {
   return out;
 }
 
+// The message up to where it may have had its last part. A message that is one text has none.
+std::string_view withFewParts(std::string_view message, std::string_view header) {
+  const auto type = lowercaseAscii(headerContent(header, "content-type"));
+  if (!type.starts_with("multipart/") && !type.starts_with("message/")) return message;
+  std::size_t at = header.size();
+  for (std::size_t parts = 0; parts < kMostParts; ++parts) {
+    at = message.find("\n--", at);
+    if (at == std::string_view::npos) return message;
+    ++at;
+  }
+  return message.substr(0, at);
+}
+
 }  // namespace
 
 MessageText readText(std::string_view message) {
@@ -168,6 +183,7 @@ MessageText readText(std::string_view message) {
     shortened = withShortHeader(message, header);
     message = shortened;
   }
+  message = withFewParts(message, headerBlock(message));
   auto* const options = parserOptions();
   const GObjectHandle<GMimeStream> stream(g_mime_stream_mem_new_with_buffer(message.data(), message.size()));
   const GObjectHandle<GMimeParser> parser(g_mime_parser_new_with_stream(stream.get()));

@@ -68,6 +68,7 @@ Recipients recipients(std::string_view headerBlock);
 // The first header of that name, in any case; empty when there is none.
 std::string headerContent(std::string_view headerBlock, std::string_view name);
 
+// What lies behind the first 100,000 parts is not looked at.
 MessageText readText(std::string_view message);
 
 // Raw bytes as text: what is not UTF-8 is read as windows-1252.

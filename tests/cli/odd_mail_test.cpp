@@ -73,6 +73,9 @@ std::vector<OddMessage> oddMessages() {
        "Subject: html\nContent-Type: text/html\n\n" +
            repeated(50'000, [](int) { return std::string("<div>"); }),
        "html"},
+      // Looked for its end from every "&", this one would take minutes.
+      {"cur/1700000025.ands:2,", "Subject: ands\nContent-Type: text/html\n\n" + std::string(2 << 20, '&'),
+       "ands"},
       {"cur/1700000023.with space\nand line:2,S", "Subject: space\n\n", "space"},
       {"cur/99999999999999999999.late:2,", "Subject: late\n\n", "late"},
       {"cur/-5.early:2,", "Subject: early\n\n", "early"},

@@ -182,16 +182,6 @@ TEST(Accounts, AreAddedListedAndForgotten) {
   mail.addAccount("On My Mac", "/mail/nest");
   EXPECT_EQ(*mail.client().mailboxes(localAccountName), std::vector<std::string>{"INBOX"});
   EXPECT_EQ(mail.client().accounts()->size(), 3U);
-
-  // A list that does not decode is kept aside, and said.
-  for (const std::string text : {"{\"version\":1,\"acc", "[]", "{\"version\":2,\"accounts\":[]}",
-                                 "{\"version\":1,\"accounts\":[{\"name\":7}]}"}) {
-    mail.disk.put("/profile/mail/accounts.json", text);
-    EXPECT_TRUE(mail.client().accounts()->empty()) << text;
-    EXPECT_FALSE(mail.disk.exists("/profile/mail/accounts.json"));
-  }
-  EXPECT_EQ(mail.disk.bytes("/profile/mail/accounts.json.damaged-2"), "[]");
-  EXPECT_TRUE(mail.log.contains("accounts.json.damaged-4"));
 }
 
 TEST(Mailboxes, AreMadeInBothLayouts) {

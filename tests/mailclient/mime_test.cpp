@@ -80,6 +80,8 @@ TEST(Texts, AreTakenFromWhateverIsThere) {
     std::string text;
     std::size_t attachments;
   };
+  std::string parts;
+  for (int i = 0; i < 1'000'000; ++i) parts += "--q\n\n";
   const std::string longHeader =
       "X: " + std::string(3 << 20, 'x') + "\nY: " + std::string(3 << 20, 'y') + "\n";
   const std::string mixed =
@@ -106,6 +108,8 @@ TEST(Texts, AreTakenFromWhateverIsThere) {
       {"headers only", "Subject: x\n", "", 0},
       {"boundary never ends", "Content-Type: multipart/mixed; boundary=q\n\n--q\n\nstill here", "still here",
        0},
+      {"a million parts and one",
+       "Content-Type: multipart/mixed; boundary=q\n\n--q\n\nfirst\n" + parts + "last\n", "first", 0},
       {"header of many MB", "Content-Type: text/html\n" + longHeader + "\n<p>body", "body", 0},
       {"header of one line of many MB", longHeader.substr(0, longHeader.size() - 1), "", 0},
       {"nul", std::string("Subject: x\n\na\0b", 15), std::string("a\0b", 3), 0},

@@ -111,6 +111,11 @@ std::vector<std::string> RecordingLog::lines(LogLevel wanted) const {
   return some;
 }
 
+void RecordingLog::clear() {
+  const std::lock_guard lock(mutex_);
+  lines_.clear();
+}
+
 bool RecordingLog::contains(std::string_view part) const {
   for (const auto& line : lines()) {
     if (line.find(part) != std::string::npos) return true;

@@ -75,6 +75,7 @@ class RecordingLog final : public Log {
 
   std::vector<std::string> lines() const;
   std::vector<std::string> lines(LogLevel level) const;
+  void clear();
   // Whether a line of any level contains `part`.
   bool contains(std::string_view part) const;
 
