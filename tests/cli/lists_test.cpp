@@ -69,6 +69,8 @@ TEST_F(Lists, TheUsersListsStandInTheList) {
   EXPECT_EQ(rows("", "favorite"), Ids{"Work/Projects/2019"});
   EXPECT_EQ(ids(answer({"favorites", "list"})), (Ids{"Work/Résumés", "Work/Projects/2019"}));
   EXPECT_EQ(ids(answer({"favorites", "remove", "Work/Résumés"})), Ids{"Work/Projects/2019"});
+  answer({"settings", "set", "enableFavoritesSync", "true"});
+  EXPECT_EQ(ids(answer({"sync-favorites"})), Ids{"Work/Projects/2019"});
   EXPECT_EQ(answer({"recents", "clear"}), json::array());
   EXPECT_EQ(answer({"excluded", "clear"}), json::array());
   EXPECT_EQ(rows("2010"), Ids{"Work/Projects/2010"});
@@ -136,6 +138,7 @@ TEST_F(Lists, BadInputIsOneClearLine) {
       {{"suggest", "--examples", file + ".no"}, 1, "2", "examples.no"},
       {{"suggest", "--examples", file}, 1, "-4008", "examples:2: "},
       {{"suggest", "--train-examples", file, "--examples", "-"}, 1, "-4008", "“subject”"},
+      {{"sync-favorites"}, 1, "-4014", "enableFavoritesSync is off"},
       {{"log"}, 2, "-4011", "subcommand"},
       {{"log", "weather"}, 2, "-4011", "There is no command “log weather”"},
       {{"favorites", "frob", "Work/INBOX"}, 2, "-4011", "There is no command “favorites frob”"},
