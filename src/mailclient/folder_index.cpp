@@ -56,13 +56,14 @@ Result<FolderIndex> FolderIndex::list(FileSystem& files, const Clock& clock, con
     modified = info->modified;
     return files.list(directory, [&](std::string_view name, FileKind kind) {
       if (!isMessageFileName(name)) return true;
-      if (kind == FileKind::symbolicLink) {
+      const bool isLink = kind == FileKind::symbolicLink;
+      if (isLink) {
         // One that leads nowhere, in circles or to a folder is no message.
         const auto target = files.info(directory / name);
         kind = target ? target->kind : FileKind::other;
       }
       if (kind == FileKind::regular) {
-        index.files_.push_back({std::string(name), subfolder});
+        index.files_.push_back({std::string(name), subfolder, isLink});
         index.fingerprint_ += std::hash<std::string_view>()(name);
       }
       return true;

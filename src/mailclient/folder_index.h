@@ -22,6 +22,7 @@ enum class Subfolder : std::uint8_t { current, fresh };  // cur/ and new/
 struct MessageFile {
   std::string name;
   Subfolder subfolder = Subfolder::current;
+  bool isLink = false;  // a symbolic link, as far as the directory tells
 
   Path path(const Path& folder) const {
     std::string path;
@@ -39,7 +40,9 @@ struct MessageFile {
   std::string directory(const Path& folder) const {
     return folder.native() + (subfolder == Subfolder::current ? "/cur" : "/new");
   }
-  bool operator==(const MessageFile&) const = default;
+  bool operator==(const MessageFile& other) const {
+    return subfolder == other.subfolder && name == other.name;
+  }
 };
 
 // A snapshot, kept right for our own changes. About 120 bytes a message.

@@ -218,6 +218,18 @@ bool Marks::junk() const {
   return (hasKeyword("$Junk") || hasKeyword("Junk")) && !hasKeyword("$NotJunk");
 }
 
+namespace {
+
+void setLetters(std::string& letters, std::string_view on, std::string_view off) {
+  for (const char letter : on) {
+    if (letters.find(letter) == std::string::npos) letters += letter;
+  }
+  for (const char letter : off) std::erase(letters, letter);
+  std::ranges::sort(letters);
+}
+
+}  // namespace
+
 void MarkChange::set(char letter, bool on) {
   std::erase(on_, letter);
   std::erase(off_, letter);
@@ -280,6 +292,12 @@ MarkChange MarkChange::between(const Marks& from, const Marks& to) {
   for (const char letter : from.flags) {
     if (!to.has(letter)) change.set(letter, false);
   }
+  change.unnamedOn_ = to.unnamed;
+  std::erase_if(change.unnamedOn_,
+                [&](char letter) { return from.unnamed.find(letter) != std::string::npos; });
+  change.unnamedOff_ = from.unnamed;
+  std::erase_if(change.unnamedOff_,
+                [&](char letter) { return to.unnamed.find(letter) != std::string::npos; });
   for (const auto& name : to.keywords) {
     if (!from.hasKeyword(name)) change.setKeyword(name, true);
   }
@@ -292,6 +310,8 @@ MarkChange MarkChange::between(const Marks& from, const Marks& to) {
 void MarkChange::then(const MarkChange& later) {
   for (const char letter : later.on_) set(letter, true);
   for (const char letter : later.off_) set(letter, false);
+  setLetters(unnamedOn_, later.unnamedOn_, later.unnamedOff_);
+  setLetters(unnamedOff_, later.unnamedOff_, later.unnamedOn_);
   if (added_.empty() && removed_.empty()) {
     const auto named = later.ownAdded_ | later.ownRemoved_;
     ownAdded_ = (ownAdded_ & ~named) | later.ownAdded_;
@@ -305,11 +325,8 @@ void MarkChange::then(const MarkChange& later) {
 }
 
 void MarkChange::apply(Marks& marks) const {
-  for (const char letter : on_) {
-    if (!marks.has(letter)) marks.flags += letter;
-  }
-  for (const char letter : off_) std::erase(marks.flags, letter);
-  std::ranges::sort(marks.flags);
+  setLetters(marks.flags, on_, off_);
+  setLetters(marks.unnamed, unnamedOn_, unnamedOff_);
   const auto add = [&](std::string_view name) {
     if (!marks.hasKeyword(name)) marks.keywords.emplace_back(name);
   };

@@ -83,7 +83,7 @@ class MarkChange {
   static MarkChange flagIndex(int index);
   static MarkChange label(LabelColor color);
   static MarkChange junk(bool on);
-  // What turns `from` into `to`, as far as flags and keywords go.
+  // What turns `from` into `to`, but for other programs' text.
   static MarkChange between(const Marks& from, const Marks& to);
 
   // This change, then `later`.
@@ -98,6 +98,8 @@ class MarkChange {
 
   std::string on_;
   std::string off_;
+  std::string unnamedOn_;  // letters without a name come from between() only
+  std::string unnamedOff_;
   // Our own keywords, one bit for each, as most changes know no others; and all others by name.
   std::uint32_t ownAdded_ = 0;
   std::uint32_t ownRemoved_ = 0;

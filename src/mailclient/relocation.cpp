@@ -26,6 +26,14 @@ std::unexpected<Error> goneFailure(const Folder& folder) {
   return fail(error_number::mailboxNotFound, fmt::format("The mailbox “{}” is gone", folder.path));
 }
 
+// A link whose target is told from where the link is: in another folder it would point to something else, so
+// that its message goes there as a file.
+bool pointsNearby(FileSystem& files, const LocatedMessage& message) {
+  if (!message.file.isLink) return false;
+  const auto target = files.readLink(message.path());
+  return target && target->is_relative();
+}
+
 bool isVanishedFolder(FileSystem& files, const Path& folder) {
   const auto cur = files.info(folder / "cur");
   return !cur && (cur.error().number == ENOENT || cur.error().number == ENOTDIR);
@@ -136,8 +144,10 @@ Result<const Transaction::Translation*> Transaction::translate(const MailboxKey&
   return &route.translations.back();
 }
 
-Result<MessageKey> Transaction::moveAsPlanned(const MessageKey& key, Route& route, const MarkChange& change) {
-  const auto moveOne = [&](const LocatedMessage& source) -> Result<MessageKey> {
+Result<std::optional<MessageKey>> Transaction::moveAsPlanned(const MessageKey& key, Route& route,
+                                                             const MarkChange& change) {
+  const auto moveOne = [&](const LocatedMessage& source) -> Result<std::optional<MessageKey>> {
+    if (pointsNearby(environment_.files, source)) return std::nullopt;
     const auto translation = translate(key.mailbox, route, source.file.name, change);
     if (!translation) {
       if (isVanishedFolder(environment_.files, route.to->directory)) return goneFailure(*route.to);
@@ -146,10 +156,14 @@ Result<MessageKey> Transaction::moveAsPlanned(const MessageKey& key, Route& rout
     if (auto known = plan(key.mailbox, route, key.id, source.file); !known) return forward(known);
     // With no room for what was done nothing more is.
     if (auto written = writer_->writeFull(); !written) return forward(written);
-    MessageFile target{withoutUid(baseOf(source.file.name)) + (*translation)->result, Subfolder::current};
+    MessageFile target{withoutUid(baseOf(source.file.name)) + (*translation)->result, Subfolder::current,
+                       source.file.isLink};
     const auto renamed = environment_.files.renameNoReplaceAt(
         source.nativePath(pathFrom_), target.nativePath(route.to->directory, pathTo_));
     if (!renamed) {
+      if (renamed.error().number == EEXIST) return std::nullopt;
+      route.isApart = renamed.error().number == EXDEV;
+      if (route.isApart) return std::nullopt;
       if (renamed.error().number == ENOENT && isVanishedFolder(environment_.files, route.to->directory)) {
         return goneFailure(*route.to);
       }
@@ -196,7 +210,7 @@ Result<MessageKey> Transaction::relocate(const MessageKey& key, const Folder& to
     if (mode == Mode::copy) {
       if (auto renewed = renewName(); !renewed) return forward(renewed);
     }
-    step.record.to = {destination, to.directory, {target.fileName(), Subfolder::current}};
+    step.record.to = {destination, to.directory, {target.fileName(), Subfolder::current, source.file.isLink}};
 
     Result<MessageFile> placed = fail(EEXIST, "");
     for (int attempt = 0; attempt < kAttempts; ++attempt) {
@@ -237,7 +251,9 @@ Result<MessageKey> Transaction::relocate(const MessageKey& key, const Folder& to
 
 Result<MessageFile> Transaction::place(const LocatedMessage& source, Step& step, Mode mode) {
   const std::pair folders(source.folder().directory.string(), step.record.to.folder.string());
-  if (mode == Mode::copy || apart_.contains(folders)) return placeByCopy(source, step, mode);
+  if (mode == Mode::copy || apart_.contains(folders) || pointsNearby(environment_.files, source)) {
+    return placeByCopy(source, step, mode);
+  }
   auto written = writeStep(step.record);
   if (!written) return forward(written);
   const auto& target = step.record.to.file;

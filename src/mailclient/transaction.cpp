@@ -198,7 +198,8 @@ Result<void> Transaction::applyMarks(const MessageKey& key, const MarkChange& ch
     if (after == before) return {};
     const auto table = keywordsFor(folder, after.keywords);
     if (!table) return forward(table);
-    const MessageFile file{withMarks(name, after, **table).fileName(), Subfolder::current};
+    const MessageFile file{withMarks(name, after, **table).fileName(), Subfolder::current,
+                           message.file.isLink};
     if (file == message.file) return {};
     JournalRecord record;
     record.kind = JournalRecord::Kind::marks;
@@ -234,18 +235,13 @@ Result<MessageKey> Transaction::move(const MessageKey& key, const MailboxKey& de
     return key;
   }
   const auto change = takePending(key);
-  Result<MessageKey> moved = fail(EXDEV, "");
-  if (plans_ && !route.isApart) {
-    moved = moveAsPlanned(key, route, change);
-    route.isApart = !moved && moved.error().number == EXDEV;
-  }
-  if (!moved && (moved.error().number == EXDEV || moved.error().number == EEXIST)) {
-    moved = relocate(key, *route.to, route.destination, change, Mode::move);
-  }
+  Result<std::optional<MessageKey>> moved;
+  if (plans_ && !route.isApart) moved = moveAsPlanned(key, route, change);
+  if (moved && !*moved) moved = relocate(key, *route.to, route.destination, change, Mode::move);
   if (!moved) return std::unexpected(explain(moved.error(), "moved", key));
   if (lastCopied_ != key) ++filed_;
-  moves_.emplace_back(key, *moved);
-  return moved;
+  moves_.emplace_back(key, **moved);
+  return **moved;
 }
 
 Result<MessageKey> Transaction::copy(const MessageKey& key, const MailboxKey& destination) {

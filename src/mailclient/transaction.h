@@ -135,8 +135,10 @@ class Transaction {
   Result<void> plan(const MailboxKey& from, Route& route, std::string_view id, const MessageFile& file);
   Result<const Translation*> translate(const MailboxKey& from, Route& route, std::string_view fileName,
                                        const MarkChange& change);
-  // One rename, noted in the journal afterwards. Fails with EXDEV, or EEXIST when the name is taken.
-  Result<MessageKey> moveAsPlanned(const MessageKey& key, Route& route, const MarkChange& change);
+  // One rename, noted in the journal afterwards; nothing when a rename under the same name will not do: the
+  // name is taken, the file system is another one, or it is a link that would point elsewhere.
+  Result<std::optional<MessageKey>> moveAsPlanned(const MessageKey& key, Route& route,
+                                                  const MarkChange& change);
   Result<MessageKey> relocate(const MessageKey& key, const Folder& to, const MailboxKey& destination,
                               const MarkChange& change, Mode mode);
   Result<MessageFile> place(const LocatedMessage& source, Step& step, Mode mode);

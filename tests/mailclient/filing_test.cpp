@@ -167,6 +167,23 @@ TEST_F(FilingTest, NothingIsOverwrittenAndNothingIsMovedOntoItself) {
   EXPECT_EQ(placeOf("other"), "/a/.Done|S|;/a/.Done||;");
 }
 
+TEST_F(FilingTest, LinksLeadToTheirMessageEverywhereAndLettersWithoutANameComeBack) {
+  prepare(1);
+  disk.put("/mail/a/elsewhere", "Subject: linked\n\nText.\n");
+  disk.putLink("/mail/a/cur/1700000001.link:2,S", "../elsewhere");
+  disk.putLink("/mail/a/cur/1700000002.far:2,S", "/mail/a/elsewhere");
+  deliver("/mail/a", "letters", "Sb");
+  disk.put("/mail/a/.Done/dovecot-keywords", "1 theirs\n");
+  const auto before = everything();
+  ASSERT_EQ(select(), 4U);
+  ASSERT_EQ(*fileSelection(client(), {"A", "Done", true, false, "", ""}), 4U);
+  EXPECT_EQ(placeOf("letters"), "/a/.Done|S|;");
+  EXPECT_EQ(placeOf("linked"), "/a/.Done|S|;");
+  EXPECT_EQ(everything().count("linked"), 2U);
+  EXPECT_EQ(client().undo()->count, 4U);
+  EXPECT_EQ(everything(), before);
+}
+
 TEST(Filing, AFailureInTheMiddleSaysHowFarItGotAndLeavesWholeMessages) {
   struct Case {
     const char* name;

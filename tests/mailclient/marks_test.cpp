@@ -21,7 +21,13 @@ Marks anyMarks() {
   const auto change = MarkChange::flagIndex(*rc::gen::inRange(-1, 7));
   change.apply(marks);
   MarkChange::label(*rc::gen::element(LabelColor::none, LabelColor::blue, LabelColor::yellow)).apply(marks);
-  if (*rc::gen::arbitrary<bool>()) marks.keywords.emplace_back("~theirs");
+  // In capitals it would be one of our own.
+  for (const auto* name : {"$junk", "~theirs"}) {
+    if (*rc::gen::arbitrary<bool>()) marks.keywords.emplace_back(name);
+  }
+  for (const char letter : {'x', 'y'}) {
+    if (*rc::gen::arbitrary<bool>()) marks.unnamed += letter;
+  }
   return marks;
 }
 
