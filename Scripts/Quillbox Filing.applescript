@@ -259,6 +259,8 @@ end getFrontmostMailWindowBounds
 
 -- Presses a key in Mail with the modifier keys command, option, control and shift.
 on sendKeyCodeToMail(keyCode, withCommand, withOption, withControl, withShift)
+	-- A key goes to the application in front; whoever pressed it in Quillbox goes on typing there.
+	set isAtHome to frontmost of application "Quillbox 4"
 	tell application "Mail" to activate
 	set theModifiers to {}
 	try
@@ -269,7 +271,9 @@ on sendKeyCodeToMail(keyCode, withCommand, withOption, withControl, withShift)
 			if withShift then set end of theModifiers to shift down
 			key code keyCode using theModifiers
 		end tell
+		if isAtHome then tell application "Quillbox 4" to activate
 	on error number errorNumber
+		if isAtHome then tell application "Quillbox 4" to activate
 		-- One clause: the application shows what follows the last colon.
 		error "System Events could not press key " & keyCode & " in Mail" number errorNumber
 	end try
