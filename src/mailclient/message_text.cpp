@@ -151,20 +151,40 @@ class BodyReader {
   MessageText result_;
 };
 
-// The message with its header cut after longestHeader, at the end of a line where there is one.
-std::string withShortHeader(std::string_view message, std::size_t header) {
-  auto kept = message.substr(0, longestHeader);
-  if (const auto end = kept.rfind('\n'); end != std::string_view::npos) kept = kept.substr(0, end);
-  std::string out(kept);
-  out += '\n';
-  out += message.substr(header);
-  return out;
+bool isOneText(std::string_view header) {
+  const auto type = lowercaseAscii(headerContent(header, "content-type"));
+  return !type.starts_with("multipart/") && !type.starts_with("message/");
+}
+
+// The message with every header longer than longestHeader cut there, at the end of a line where there is one;
+// in `storage` when there are such. Headers are taken for what follows the line of a boundary, or the header
+// of a part that is a message itself, up to the next empty line.
+std::string_view withShortHeaders(std::string_view message, std::string& storage) {
+  std::size_t copied = 0;
+  for (std::size_t at = 0; at < message.size();) {
+    const auto header = headerBlock(message.substr(at));
+    auto kept = header.substr(0, longestHeader);
+    if (header.size() > longestHeader) {
+      if (const auto end = kept.rfind('\n'); end != std::string_view::npos) kept = kept.substr(0, end);
+      storage.append(message.substr(copied, at + kept.size() - copied)).append(1, '\n');
+      copied = at + header.size();
+    }
+    if (at == 0 && isOneText(kept)) break;
+    at += header.size();
+    const bool holdsMessage = lowercaseAscii(std::string(kept)).find("message/") != std::string::npos;
+    const auto next = holdsMessage ? message.find('\n', at) : message.find("\n--", at == 0 ? 0 : at - 1);
+    if (next == std::string_view::npos) break;
+    at = next + 1;
+  }
+  if (copied == 0) return message;
+  storage += message.substr(copied);
+  return storage;
 }
 
 // The message up to where it may have had its last part. A message that is one text has none.
-std::string_view withFewParts(std::string_view message, std::string_view header) {
-  const auto type = lowercaseAscii(headerContent(header, "content-type"));
-  if (!type.starts_with("multipart/") && !type.starts_with("message/")) return message;
+std::string_view withFewParts(std::string_view message) {
+  const auto header = headerBlock(message);
+  if (isOneText(header)) return message;
   std::size_t at = header.size();
   for (std::size_t parts = 0; parts < kMostParts; ++parts) {
     at = message.find("\n--", at);
@@ -178,12 +198,8 @@ std::string_view withFewParts(std::string_view message, std::string_view header)
 
 MessageText readText(std::string_view message) {
   // The parser takes twenty times the memory of the headers that it reads.
-  std::string shortened;
-  if (const auto header = headerBlock(message).size(); header > longestHeader) {
-    shortened = withShortHeader(message, header);
-    message = shortened;
-  }
-  message = withFewParts(message, headerBlock(message));
+  std::string storage;
+  message = withFewParts(withShortHeaders(message, storage));
   auto* const options = parserOptions();
   const GObjectHandle<GMimeStream> stream(g_mime_stream_mem_new_with_buffer(message.data(), message.size()));
   const GObjectHandle<GMimeParser> parser(g_mime_parser_new_with_stream(stream.get()));

@@ -111,6 +111,11 @@ TEST(Texts, AreTakenFromWhateverIsThere) {
       {"a million parts and one",
        "Content-Type: multipart/mixed; boundary=q\n\n--q\n\nfirst\n" + parts + "last\n", "first", 0},
       {"header of many MB", "Content-Type: text/html\n" + longHeader + "\n<p>body", "body", 0},
+      {"a part's header of many MB",
+       "Content-Type: multipart/mixed; boundary=q\n\n--q\nContent-Type: text/html\n" + longHeader +
+           "Content-Disposition: attachment\n\n<p>body\n--q\nContent-Type: message/rfc822\n\n" + longHeader +
+           "\ninner\n--q--\n",
+       "body", 1},
       {"header of one line of many MB", longHeader.substr(0, longHeader.size() - 1), "", 0},
       {"nul", std::string("Subject: x\n\na\0b", 15), std::string("a\0b", 3), 0},
   };
