@@ -119,31 +119,31 @@ TEST_F(MailboxManagerTest, AResultIsAppliedInItsOrder) {
 }
 
 TEST_F(MailboxManagerTest, EverySettingThatTheFilterReadsTakesEffect) {
-  deliver({"W/Work/b10", "H/Work/B2", "H/work/a"});
-  EXPECT_EQ(rowsFor("WORK").size(), 3U);
+  deliver({"W/Bill/b10", "H/Bill/B2", "H/bill/a"});
+  EXPECT_EQ(rowsFor("BILL").size(), 3U);
   (void)settings_.caseSensitive.set(true);
-  EXPECT_EQ(rowsFor("Work"), (Ids{"W/Work/b10", "H/Work/B2"}));
+  EXPECT_EQ(rowsFor("Bill"), (Ids{"W/Bill/b10", "H/Bill/B2"}));
   (void)settings_.caseSensitive.set(false);
   manager_->sortOrder.set({{MailboxSortPathAppEnum::mailbox, SortOrder::forward}});
-  EXPECT_EQ(rowsFor("work b"), (Ids{"H/Work/B2", "W/Work/b10"}));
+  EXPECT_EQ(rowsFor("bill b"), (Ids{"H/Bill/B2", "W/Bill/b10"}));
   EXPECT_EQ(settings_.sortData.get(), manager_->sortOrder.get());
   (void)settings_.sortData.set({{MailboxSortPathAppEnum::account, SortOrder::reverse}});
-  EXPECT_EQ(rowsFor("work b"), (Ids{"W/Work/b10", "H/Work/B2"}));
+  EXPECT_EQ(rowsFor("bill b"), (Ids{"W/Bill/b10", "H/Bill/B2"}));
   manager_->searchScope.set({"H"});
   EXPECT_EQ(settings_.searchScope.get(), Ids{"H"});
   (void)settings_.prioritizeAccounts.set(true);
-  EXPECT_EQ(rowsFor("work b"), (Ids{"H/Work/B2", "W/Work/b10"}));
+  EXPECT_EQ(rowsFor("bill b"), (Ids{"H/Bill/B2", "W/Bill/b10"}));
   (void)settings_.selectedAccountsOnly.set(true);
-  EXPECT_EQ(rowsFor("work b"), Ids{"H/Work/B2"});
+  EXPECT_EQ(rowsFor("bill b"), Ids{"H/Bill/B2"});
   (void)settings_.searchScope.set({});
   EXPECT_EQ(manager_->searchScope.get(), Ids{});
-  EXPECT_EQ(rowsFor("work b").size(), 2U);
+  EXPECT_EQ(rowsFor("bill b").size(), 2U);
   (void)settings_.mailboxNameOnly.set(true);
-  EXPECT_EQ(rowsFor("work"), Ids{});
-  (void)settings_.favoriteMailboxes.set(boxes({"H/Work/B2"}));
-  EXPECT_EQ(rowsFor("work"), Ids{"H/Work/B2"});
+  EXPECT_EQ(rowsFor("bill"), Ids{});
+  (void)settings_.favoriteMailboxes.set(boxes({"H/Bill/B2"}));
+  EXPECT_EQ(rowsFor("bill"), Ids{"H/Bill/B2"});
   (void)settings_.favoritesNameOnly.set(true);
-  EXPECT_EQ(rowsFor("work"), Ids{});
+  EXPECT_EQ(rowsFor("bill"), Ids{});
 }
 
 TEST_F(MailboxManagerTest, TheListsOfTheUserShowAtOnce) {
