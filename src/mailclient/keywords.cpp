@@ -185,7 +185,8 @@ Marks Marks::read(const MessageName& name, const KeywordTable& table) {
     if (!isKeywordLetter(letter)) {
       marks.flags += letter;
     } else if (const auto keyword = table.nameOf(letter); !keyword.empty()) {
-      marks.keywords.emplace_back(keyword);
+      // A damaged table may give two letters one name.
+      if (!contains(marks.keywords, keyword)) marks.keywords.emplace_back(keyword);
     } else {
       marks.unnamed += letter;
     }
