@@ -1,13 +1,12 @@
 // Filing and listing of large folders on the real disk, each beside the bare work that it cannot avoid.
 //
-//   BareRenames      renames 1,000 files into another folder, and makes the same syncs as a filing: a small
-//   file before
-//                    and after the renames, both folders, and the folder of the small file before and after
-//   File             files 1,000 messages with marks, journal and all
-//   BareListing      reads the names of 100,000 files
-//   FirstRows        the first 100 rows of a folder of 100,000 messages, nothing remembered
-//   AllRows          all rows, with the cache file (1) or without it (0); the counter is the memory a message
-//   takes Mailboxes        5,000 mailboxes in 5 accounts, by their names
+// - BareRenames: 1,000 renames into another folder with the names that File gives, and its syncs: a small
+//   file and its folder before the renames; that file, both folders and its folder after them
+// - File: files 1,000 messages with marks, journal and all
+// - BareListing: reads the names of 100,000 files
+// - FirstRows: the first 100 rows of a folder of 100,000 messages, nothing remembered
+// - AllRows: all rows, with the cache file (1) or without (0); the counter is the memory of a message
+// - Mailboxes: 5,000 mailboxes in 5 accounts, by their names
 #include <chrono>
 #include <filesystem>
 #include <fstream>

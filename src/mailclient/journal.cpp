@@ -171,12 +171,13 @@ Result<void> JournalWriter::append(const std::string& lines) {
 }
 
 Result<void> JournalWriter::put(const std::string& lines) {
-  // As in adopt().
-  auto written = isTorn_ ? out_->write("\n\n" + lines) : out_->write(lines);
-  isTorn_ = !written;
+  if (failure_) return std::unexpected(*failure_);
+  auto written = out_->write(lines);
   if (written) return written;
-  return fail(written.error().number,
-              fmt::format("The journal of filings can’t be written: {}", written.error().message));
+  // Nobody knows how much of it is there, so nothing can follow: recovery looks and goes on.
+  failure_ = Error{written.error().number,
+                   fmt::format("The journal of filings can’t be written: {}", written.error().message)};
+  return std::unexpected(*failure_);
 }
 
 void JournalWriter::noteMoved(const std::shared_ptr<const MoveGroup>& group, const MessageFile& from,

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -131,7 +132,7 @@ class JournalWriter {
   std::size_t next_ = 0;
   std::string moves_;                       // lines that wait; the last is not ended while there is a group
   std::shared_ptr<const MoveGroup> group_;  // of the last line
-  bool isTorn_ = false;                     // a write has failed in the middle
+  std::optional<Error> failure_;            // a write has failed in the middle
   bool isNamed_ = false;                    // the folder's entry is durable
 };
 

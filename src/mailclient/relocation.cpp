@@ -1,10 +1,13 @@
 // How a transaction brings one message to another folder. The order of the steps is what keeps the message
 // whole under some name at every instant:
 //
-//   same file system    the plan in the journal, synced once for all messages expected; rename without
-//   replacing the name is taken   journal, synced; rename to another name another one         journal,
-//   synced; write tmp/draft, sync it; rename it into cur/, sync cur/; remove the source a copy the same, and
-//   the marks of the original instead of the last step
+// - same file system: the plan in the journal, synced once for all messages expected; then a rename
+// - the name is taken: journal, synced; rename to another name
+// - another file system: journal, synced; tmp/draft written and synced; rename into cur/, synced; then the
+//   source is removed
+// - a copy: the same, and the marks of the original instead of the last step
+//
+// Every rename is one that never replaces.
 #include <algorithm>
 #include <cerrno>
 
@@ -19,7 +22,6 @@ namespace {
 
 constexpr std::uint64_t kPiece = 1 << 20;
 constexpr int kAttempts = 8;
-
 constexpr std::size_t kTranslations = 64;
 
 std::unexpected<Error> goneFailure(const Folder& folder) {
@@ -60,8 +62,8 @@ Result<Transaction::Route*> Transaction::route(const MailboxKey& from, const Mai
   route.from = *source;
   route.to = *destination;
   route.destination = {to.account, (*destination)->path};
-  if (const auto expected = expected_.find(from); expected != expected_.end())
-    route.expected = &expected->second;
+  const auto expected = expected_.find(from);
+  if (expected != expected_.end()) route.expected = &expected->second;
   lastRoute_ = routes_.emplace(std::pair(from, to), std::move(route)).first;
   return &lastRoute_->second;
 }
