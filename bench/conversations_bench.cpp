@@ -10,7 +10,6 @@
 //               a message takes beside the headers shown, afterwards
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
 #include <random>
 #include <string>
 #include <unordered_map>
@@ -20,12 +19,9 @@
 #include <fmt/format.h>
 #include <malloc.h>
 
-#include "host/linux/file_system.h"
+#include "mail_folder.h"
 #include "mailclient/conversations.h"
-#include "mailclient/mail_client.h"
 #include "mailclient/message_ids.h"
-#include "support/fakes.h"
-#include "support/manual_dispatch.h"
 
 namespace quillbox::mailclient {
 namespace {
@@ -77,34 +73,17 @@ void group(benchmark::State& state) {
 }
 
 // A folder in conversations of eight.
-class Store {
+class Store : public MailFolder {
  public:
   Store() {
-    std::string pattern = (fs::temp_directory_path() / "quillbox-bench-XXXXXX").string();
-    if (mkdtemp(pattern.data()) == nullptr) fatal("no temporary folder");
-    root = pattern;
-    for (const auto* part : {"cur", "new", "tmp"}) fs::create_directories(root / "mail" / part);
     for (std::uint32_t i = 0; i < kMessages; ++i) {
       std::string references;
       for (auto earlier = i - i % 8; earlier < i; ++earlier)
         references += fmt::format(" <{}@example.org>", earlier);
-      std::ofstream(root / "mail" / "cur" / fmt::format("17{:08}.M{}P1.host,S=1000:2,", i, i)) << fmt::format(
-          "From: Person {0} <p{0}@example.org>\nSubject: Message number {0}\n"
-          "Message-ID: <{0}@example.org>\n{2}Date: Sun, 1 Mar 2026 09:15:00 +0100\n\n{1}\n",
-          i, std::string(800, 'x'), references.empty() ? "" : "References:" + references + "\n");
+      deliver(i, references.empty() ? "" : "References:" + references + "\n");
     }
-    MailClient client(environment());
-    if (!client.addAccount({"A", root / "mail", "", AccountType::imap})) fatal("no account");
+    addAccount();
   }
-  ~Store() { fs::remove_all(root); }
-  Environment environment() { return {files, clock, random, log, root / "profile" / "mail"}; }
-  Path cache() const { return root / "profile" / "mail" / "cache"; }
-
-  Path root;
-  LinuxFileSystem files;
-  ManualClock clock;
-  FixedRandomSource random;
-  RecordingLog log;
 };
 
 Store& store() {

@@ -9,7 +9,6 @@
 // - Mailboxes: 5,000 mailboxes in 5 accounts, by their names
 #include <chrono>
 #include <filesystem>
-#include <fstream>
 #include <string>
 
 #include <benchmark/benchmark.h>
@@ -18,11 +17,8 @@
 #include <malloc.h>
 #include <stdio.h>
 
-#include "host/linux/file_system.h"
-#include "mailclient/mail_client.h"
+#include "mail_folder.h"
 #include "mailclient/transaction.h"
-#include "support/fakes.h"
-#include "support/manual_dispatch.h"
 
 namespace quillbox::mailclient {
 namespace {
@@ -32,35 +28,12 @@ namespace fs = std::filesystem;
 constexpr int kFiled = 1000;
 constexpr int kLarge = 100'000;
 
-class Store {
+class Store : public MailFolder {
  public:
-  Store() {
-    std::string pattern = (fs::temp_directory_path() / "quillbox-bench-XXXXXX").string();
-    if (mkdtemp(pattern.data()) == nullptr) fatal("no temporary folder");
-    root = pattern;
-    makeFolder(mail());
-    makeFolder(mail() / ".Done");
+  Store() { makeFolder(mail() / ".Done"); }
+  void fill(std::uint32_t count) const {
+    for (std::uint32_t i = 0; i < count; ++i) deliver(i);
   }
-  ~Store() { fs::remove_all(root); }
-  Path mail() const { return root / "mail"; }
-  Environment environment() { return {files, clock, random, log, root / "profile" / "mail"}; }
-  static void makeFolder(const Path& folder) {
-    for (const auto* part : {"cur", "new", "tmp"}) fs::create_directories(folder / part);
-  }
-  void fill(int count) const {
-    for (int i = 0; i < count; ++i) {
-      std::ofstream(mail() / "cur" / fmt::format("17{:08}.M{}P1.host,S=1000:2,", i, i)) << fmt::format(
-          "From: Person {0} <p{0}@example.org>\nSubject: Message number {0}\n"
-          "Message-ID: <{0}@example.org>\nDate: Sun, 1 Mar 2026 09:15:00 +0100\n\n{1}\n",
-          i, std::string(800, 'x'));
-    }
-  }
-
-  Path root;
-  LinuxFileSystem files;
-  ManualClock clock;
-  FixedRandomSource random;
-  RecordingLog log;
 };
 
 void bareRenames(benchmark::State& state) {
@@ -105,8 +78,8 @@ void file(benchmark::State& state) {
   Store store;
   store.fill(kFiled);
   const auto environment = store.environment();
+  store.addAccount();
   MailClient client(environment);
-  if (!client.addAccount({"A", store.mail(), "", AccountType::imap})) fatal("no account");
   const auto account = client.accounts()->front().id;
   MailboxKey from{account, "INBOX"};
   MailboxKey to{account, "Done"};
@@ -155,10 +128,8 @@ void bareListing(benchmark::State& state) {
 
 Environment& largeEnvironment() {
   static Environment environment = [] {
-    auto made = largeStore().environment();
-    MailClient client(made);
-    if (!client.addAccount({"A", largeStore().mail(), "", AccountType::imap})) fatal("no account");
-    return made;
+    largeStore().addAccount();
+    return largeStore().environment();
   }();
   return environment;
 }
@@ -173,7 +144,7 @@ void firstRows(benchmark::State& state) {
 
 void allRows(benchmark::State& state) {
   const auto& environment = largeEnvironment();
-  const auto cache = largeStore().root / "profile" / "mail" / "cache";
+  const auto cache = largeStore().cache();
   double perMessage = 0;
   for (auto _ : state) {
     state.PauseTiming();

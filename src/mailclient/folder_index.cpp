@@ -140,9 +140,7 @@ bool FolderIndex::isMissingAnyOf(const FolderIndex& before, FileSystem& files, c
 
 const MessageFile* FolderIndex::find(std::string_view id) const {
   if (!changed_.empty()) {
-    if (const auto changed = changed_.find(id); changed != changed_.end()) {
-      return changed->second.name.empty() ? nullptr : &changed->second;
-    }
+    if (const auto changed = changed_.find(id); changed != changed_.end()) return &changed->second;
   }
   const auto place = placeOf(id);
   return !place || (*place < gone_.size() && gone_[*place]) ? nullptr : &files_[*place];
@@ -172,11 +170,9 @@ void FolderIndex::renamed(std::string_view id, MessageFile file) {
 
 void FolderIndex::removed(std::string_view id) {
   isChanged_ = true;
+  if (const auto changed = changed_.find(id); changed != changed_.end()) changed_.erase(changed);
   const auto place = placeOf(id);
-  if (!place || changed_.contains(id)) {
-    changed_[std::string(id)] = MessageFile{};
-    return;
-  }
+  if (!place) return;
   gone_.resize(files_.size());
   gone_[*place] = true;
 }

@@ -73,8 +73,8 @@ class FolderIndex {
   bool isQuiet() const { return isQuiet_; }
 
  private:
-  // As the directories list it, not arranged.
   std::optional<std::size_t> placeOf(std::string_view id) const;  // in files_
+  // As the directories list it, not arranged.
   static Result<FolderIndex> list(FileSystem& files, const Clock& clock, const Path& folder);
   void arrange(FileSystem& files, const Path& folder);
   bool areTimes(FileSystem& files, const Path& folder) const;
@@ -86,14 +86,14 @@ class FolderIndex {
   bool isMissingAnyOf(const FolderIndex& before, FileSystem& files, const Path& folder);
 
   std::vector<MessageFile> files_;
-  // Our own changes: by id, an empty name is one that is gone; and of files_ by their places.
+  // Our own changes: files by their ids, and which of files_ are gone, by their places.
   std::unordered_map<std::string, MessageFile, TextHash, std::equal_to<>> changed_;
+  std::vector<bool> gone_;
+  bool isChanged_ = false;
   std::chrono::nanoseconds curModified_{0};
   std::chrono::nanoseconds newModified_{0};
   std::size_t fingerprint_ = 0;  // of the names as they were listed, in whatever order
   bool isQuiet_ = false;
-  std::vector<bool> gone_;
-  bool isChanged_ = false;
   mutable std::size_t found_ = 0;  // where find() found the last one
 };
 

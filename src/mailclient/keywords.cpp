@@ -313,14 +313,8 @@ void MarkChange::then(const MarkChange& later) {
   for (const char letter : later.off_) set(letter, false);
   setLetters(unnamedOn_, later.unnamedOn_, later.unnamedOff_);
   setLetters(unnamedOff_, later.unnamedOff_, later.unnamedOn_);
-  if (added_.empty() && removed_.empty()) {
-    const auto named = later.ownAdded_ | later.ownRemoved_;
-    ownAdded_ = (ownAdded_ & ~named) | later.ownAdded_;
-    ownRemoved_ = (ownRemoved_ & ~named) | later.ownRemoved_;
-  } else {
-    forEachOwn(later.ownAdded_, [&](std::string_view name) { setKeyword(name, true); });
-    forEachOwn(later.ownRemoved_, [&](std::string_view name) { setKeyword(name, false); });
-  }
+  forEachOwn(later.ownAdded_, [&](std::string_view name) { setKeyword(name, true); });
+  forEachOwn(later.ownRemoved_, [&](std::string_view name) { setKeyword(name, false); });
   for (const auto& name : later.added_) setKeyword(name, true);
   for (const auto& name : later.removed_) setKeyword(name, false);
 }

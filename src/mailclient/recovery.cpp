@@ -120,6 +120,9 @@ Result<void> Recovery::addUnwrittenMoves(JournalEntry& entry, JournalWriter& wri
       if (!from) return forward(from);
       const auto to = find(record.to);
       if (!to) return forward(to);
+      if (*from && *to) {
+        if (auto removed = removeReserved(record, **from, **to); !removed) return removed;
+      }
       if (*from || !*to) continue;
       const auto tableThen = store_.keywords(record.from.folder);
       if (!tableThen) return forward(tableThen);
@@ -134,6 +137,19 @@ Result<void> Recovery::addUnwrittenMoves(JournalEntry& entry, JournalWriter& wri
     }
   }
   return {};
+}
+
+Result<void> Recovery::removeReserved(const JournalRecord& record, const MessageFile& from,
+                                      const MessageFile& to) {
+  const auto path = to.path(record.to.folder);
+  const auto message = environment_.files.info(from.path(record.from.folder));
+  const auto reserved = environment_.files.info(path, FollowLinks::no);
+  if (!message || !reserved || message->size == 0 || reserved->size > 0 ||
+      reserved->kind != FileKind::regular) {
+    return {};
+  }
+  store_.forget(record.to.folder);
+  return environment_.files.remove(path);
 }
 
 void Recovery::removeLeftovers(const JournalRecord& record, const std::string& token) {
@@ -174,7 +190,10 @@ Result<bool> Recovery::settleMove(const JournalRecord& record) {
   if (!*to) return false;
   // A rename leaves one of the two: the other is somebody else's message of that name, and the rename was
   // refused.
-  if (record.draft.empty()) return false;
+  if (record.draft.empty()) {
+    if (auto removed = removeReserved(record, **from, **to); !removed) return forward(removed);
+    return false;
+  }
   // Copied and made durable, but the source is still there.
   const auto source = environment_.files.info((*from)->path(record.from.folder));
   const auto copy = environment_.files.info((*to)->path(record.to.folder));

@@ -49,6 +49,9 @@ class Recovery {
   Result<bool> settleMove(const JournalRecord& record);
   Result<bool> settleCopy(const JournalRecord& record, Transaction& steps);
   Result<bool> settleMailbox(const JournalRecord& record, const std::string& token);
+  // Where a file system cannot refuse to replace, a rename first takes its name with an empty file; a crash
+  // may have left that beside the message.
+  Result<void> removeReserved(const JournalRecord& record, const MessageFile& from, const MessageFile& to);
   // Finds the moves of which a power cut has kept the renames but not the journal's lines.
   Result<void> addUnwrittenMoves(JournalEntry& entry, JournalWriter& writer);
   void removeLeftovers(const JournalRecord& record, const std::string& token);

@@ -68,22 +68,14 @@ Result<Transaction::Route*> Transaction::route(const MailboxKey& from, const Mai
   return &lastRoute_->second;
 }
 
-std::optional<std::size_t> Transaction::Expected::find(std::string_view id) {
-  if (next < ids.size() && ids[next] == id) return next++;
-  for (auto i = named; i < ids.size(); ++i) places.try_emplace(ids[i], i);
-  named = ids.size();
-  const auto known = places.find(id);
-  if (known == places.end()) return std::nullopt;
-  next = known->second + 1;
-  return known->second;
-}
-
 Result<void> Transaction::plan(const MailboxKey& from, Route& route, std::string_view id,
                                const MessageFile& file) {
   std::optional<std::size_t> place;
   if (route.expected != nullptr) {
-    place = route.expected->find(id);
-    if (place && *place < route.plannedExpected.size() && route.plannedExpected[*place]) return {};
+    if (const auto known = route.expected->places.find(id); known != route.expected->places.end()) {
+      place = known->second;
+      if (*place < route.plannedExpected.size() && route.plannedExpected[*place]) return {};
+    }
   }
   if (!place && route.planned.contains(id)) return {};
 

@@ -140,7 +140,8 @@ void Transaction::expect(const std::vector<MessageKey>& keys) {
   for (const MessageKey* before = nullptr; const auto& key : keys) {
     if (before == nullptr || before->mailbox != key.mailbox) expected = &expected_[key.mailbox];
     before = &key;
-    expected->ids.push_back(key.id);
+    if (expected->places.contains(key.id)) continue;
+    expected->places.emplace(expected->ids.emplace_back(key.id), expected->places.size());
   }
 }
 

@@ -91,18 +91,14 @@ class Transaction {
   // The messages of a mailbox that will probably be moved, in their order.
   struct Expected {
     std::deque<std::string> ids;
-    std::unordered_map<std::string_view, std::size_t> places;  // in `ids`, of the first `named`
-    std::size_t named = 0;
-    std::size_t next = 0;  // they mostly come in this order
-
-    std::optional<std::size_t> find(std::string_view id);
+    std::unordered_map<std::string_view, std::size_t> places;  // in `ids`
   };
   // The way from one mailbox to another on the same file system.
   struct Route {
     FolderRef from;
     FolderRef to;
     MailboxKey destination;  // spelled as the store does
-    Expected* expected = nullptr;
+    const Expected* expected = nullptr;
     // What the journal on the disk knows of: messages expected by their places, others by their ids.
     std::vector<bool> plannedExpected;
     std::unordered_set<std::string, TextHash, std::equal_to<>> planned;

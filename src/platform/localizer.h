@@ -18,8 +18,8 @@ class Localizer {
   // The text of `key` in the user's language, else in English, else the key itself.
   virtual std::string text(std::string_view key) const = 0;
 
-  // text(key) with its placeholders filled in order: %@ takes a text, %lld an integer, %% is a percent sign,
-  // %2$@ names its argument by position. A placeholder without an argument of its kind stays as it is.
+  // text(key) with its format specifiers filled in order: %@ takes a text, %lld an integer, %% is a percent
+  // sign, %2$@ names its argument by position. One without an argument of its kind stays as it is.
   std::string format(std::string_view key, const std::vector<Argument>& arguments) const;
 };
 

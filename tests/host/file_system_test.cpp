@@ -28,10 +28,10 @@ namespace {
 
 using std::chrono::milliseconds;
 
-enum class Kind { kernel, placeholder, memory };
+enum class Kind { kernel, reserving, memory };
 
 std::string nameOf(Kind kind) {
-  return kind == Kind::kernel ? "Kernel" : kind == Kind::placeholder ? "Placeholder" : "Memory";
+  return kind == Kind::kernel ? "Kernel" : kind == Kind::reserving ? "Reserving" : "Memory";
 }
 
 class FileSystemContract : public testing::TestWithParam<Kind> {
@@ -45,7 +45,7 @@ class FileSystemContract : public testing::TestWithParam<Kind> {
     } else {
       files_ = std::make_unique<LinuxFileSystem>(GetParam() == Kind::kernel
                                                      ? LinuxFileSystem::ExclusiveRename::kernel
-                                                     : LinuxFileSystem::ExclusiveRename::placeholder);
+                                                     : LinuxFileSystem::ExclusiveRename::reserving);
       top_ = directory_.path();
     }
   }
@@ -210,7 +210,7 @@ TEST_P(FileSystemContract, AtomicWritesReplaceAndLeaveNoDraft) {
 }
 
 INSTANTIATE_TEST_SUITE_P(All, FileSystemContract,
-                         testing::Values(Kind::kernel, Kind::placeholder, Kind::memory),
+                         testing::Values(Kind::kernel, Kind::reserving, Kind::memory),
                          [](const auto& each) { return nameOf(each.param); });
 
 TEST(LinuxFileSystem, ErrorsAreSentencesWithTheErrnoAndPathsOnOneLine) {
@@ -237,7 +237,7 @@ TEST(LinuxFileSystem, AFullDiskOrAnotherDeviceIsToldOf) {
     const TemporaryDirectory there(shared);
     ASSERT_TRUE(writeAtomically(files, here / "f", "f", 0600, "u"));
     for (auto kind :
-         {LinuxFileSystem::ExclusiveRename::kernel, LinuxFileSystem::ExclusiveRename::placeholder}) {
+         {LinuxFileSystem::ExclusiveRename::kernel, LinuxFileSystem::ExclusiveRename::reserving}) {
       EXPECT_EQ(LinuxFileSystem(kind).renameNoReplace(here / "f", there / "f").error().number, EXDEV);
       EXPECT_EQ(files.info(there / "f").error().number, ENOENT);
     }

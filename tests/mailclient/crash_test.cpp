@@ -183,6 +183,29 @@ TEST_P(CrashPoints, LeaveEveryMessageWhole) {
   RecordProperty("steps", steps);
 }
 
+// Where a file system cannot refuse to replace, a name is taken with an empty file first.
+TEST(CrashPoint, BetweenAReservedNameAndItsRenameLeavesTheMessageOnly) {
+  int reserved = 0;
+  bool crashed = true;
+  for (std::uint64_t step = 1; crashed; ++step) {
+    TestMail mail;
+    prepare(mail, false, kFewMessages);
+    mail.files.reset();
+    mail.files.crashAtStep(step);
+    (void)fileSelection(mail.client(), {"A", "Done"});
+    crashed = mail.files.crashed();
+    const auto last = mail.files.trace().back();
+    if (crashed && last.operation == "rename" && Path(last.to).parent_path() == "/mail/a/.Done/cur") {
+      mail.disk.put(Path(last.to).string(), "");
+      ++reserved;
+    }
+    mail.restart();
+    ASSERT_TRUE(mail.client().start());
+    EXPECT_EQ(mail.everything().size(), static_cast<std::size_t>(kFewMessages)) << "step " << step;
+  }
+  EXPECT_EQ(reserved, kFewMessages);
+}
+
 INSTANTIATE_TEST_SUITE_P(Scenarios, CrashPoints, testing::Range<std::size_t>(0, 9), [](const auto& scenario) {
   auto name = scenarios()[scenario.param].name;
   std::ranges::replace(name, ' ', '_');

@@ -210,24 +210,24 @@ Result<void> LinuxFileSystem::renameNoReplace(const Path& from, const Path& to) 
 }
 
 Result<void> LinuxFileSystem::renameNoReplaceAt(const std::string& from, const std::string& to) {
-  if (rename_ == ExclusiveRename::placeholder) return renameOverPlaceholder(from, to);
+  if (rename_ == ExclusiveRename::reserving) return renameOverReserved(from, to);
   if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return {};
   // EINVAL: this file system does not know the flag, or a folder would move below itself.
-  if (errno == EINVAL || errno == ENOSYS) return renameOverPlaceholder(from, to);
+  if (errno == EINVAL || errno == ENOSYS) return renameOverReserved(from, to);
   return systemFailure("rename", from, to, errno);
 }
 
 // At every instant the thing stands whole under one of its names, and never under both.
-Result<void> LinuxFileSystem::renameOverPlaceholder(const Path& from, const Path& to) {
+Result<void> LinuxFileSystem::renameOverReserved(const Path& from, const Path& to) {
   struct stat source{};
   if (::lstat(from.c_str(), &source) != 0) return systemFailure("rename", from, to, errno);
   const bool directory = S_ISDIR(source.st_mode);
   if (directory) {
     if (::mkdir(to.c_str(), 0700) != 0) return systemFailure("rename", from, to, errno);
   } else {
-    const FileDescriptor placeholder(
+    const FileDescriptor reserved(
         retrying([&] { return ::open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600); }));
-    if (!placeholder) return systemFailure("rename", from, to, errno);
+    if (!reserved) return systemFailure("rename", from, to, errno);
   }
   if (::rename(from.c_str(), to.c_str()) == 0) return {};
   const int reason = errno;

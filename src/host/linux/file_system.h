@@ -8,8 +8,8 @@ namespace quillbox {
 class LinuxFileSystem final : public FileSystem {
  public:
   enum class ExclusiveRename {
-    kernel,      // renameat2 with RENAME_NOREPLACE; where a file system does not know it, as below
-    placeholder  // first takes the name with an empty file or folder of our own, then renames over that
+    kernel,    // renameat2 with RENAME_NOREPLACE; where a file system does not know it, as below
+    reserving  // first takes the name with an empty file or folder of our own, then renames over that
   };
 
   explicit LinuxFileSystem(ExclusiveRename rename = ExclusiveRename::kernel) : rename_(rename) {}
@@ -37,7 +37,7 @@ class LinuxFileSystem final : public FileSystem {
   Result<std::unique_ptr<FileLock>> lock(const Path& path, std::chrono::milliseconds wait) override;
 
  private:
-  Result<void> renameOverPlaceholder(const Path& from, const Path& to);
+  Result<void> renameOverReserved(const Path& from, const Path& to);
 
   ExclusiveRename rename_;
 };
